@@ -1,0 +1,81 @@
+// The process entry of every program built on the framework. The application supplies the
+// application record and three callbacks; the frame prepares the process, runs the main loop
+// and takes everything down again.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "application_frame.h"
+#include "framework_options.h"
+#include "host.h"
+#include "system_info.h"
+
+namespace {
+
+// Fills own_folder_path and own_file_name from the link to the running executable, so that a
+// renamed program or one started through a link still finds what lies beside its real file.
+void find_own_location()
+{
+    char target[ORLU_MAX_PATH];
+    ssize_t length = readlink("/proc/self/exe", target, sizeof target - 1);
+    if (length <= 0) {
+        snprintf(own_folder_path, sizeof own_folder_path, "%s", home_directory());
+        snprintf(own_file_name, sizeof own_file_name, "ORLU Application");
+        return;
+    }
+    target[length] = 0;
+    char* slash = strrchr(target, '/');
+    if (!slash) {
+        own_folder_path[0] = 0;
+        snprintf(own_file_name, sizeof own_file_name, "%s", target);
+        return;
+    }
+    *slash = 0;
+    snprintf(own_folder_path, sizeof own_folder_path, "%s", slash == target ? "/" : target);
+    snprintf(own_file_name, sizeof own_file_name, "%s", slash + 1);
+}
+
+} // namespace
+
+int run_application_frame(int argc, char** argv, char** envp)
+{
+    find_own_location();
+    environment = envp;
+    arguments = argv;
+    install_signal_handlers();
+
+    int app_argc = 0;
+    char** app_argv = nullptr;
+    filter_arguments(argc, argv, &app_argc, &app_argv);
+
+    application_start(static_cast<INT_S16>(app_argc), app_argv);
+
+    // The first update runs before the first pump, and the quit flag is looked at between an
+    // update and the next pump, so a request that arrives during an update lets it finish.
+    bool running = application_update();
+    while (running) {
+        handle_pending_signals();
+        if (quit_requested)
+            break;
+        host_pump_events();
+        running = application_update();
+    }
+
+    application_shutdown();
+    host_end_of_run();
+    filter_arguments(0, nullptr, nullptr, nullptr);
+
+    // Deliberate: this keeps the two reserved entry points linked without ever calling them.
+    if (milliseconds_now() == 0) {
+        application_reserved_a();
+        application_reserved_b();
+    }
+    return 0;
+}
+
+int main(int argc, char** argv, char** envp)
+{
+    return run_application_frame(argc, argv, envp);
+}

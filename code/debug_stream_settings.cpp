@@ -1,0 +1,25 @@
+// Settings files and file delivery of debug streams: "<name>_release.cfg" and "<name>.txt"
+// under $USERPREFS/debug.
+//
+// These need folders, text files and config files. Until those exist a stream has no settings
+// file (its flags stay as constructed) and file delivery is skipped, which is exactly what a
+// stream does when its folder cannot be opened.
+
+#include "debug_stream.h"
+
+#include <cstdio>
+
+void DEBUG_STREAM::load_settings()
+{
+    m_flags = 0;
+    snprintf(m_file_name, sizeof m_file_name, "%.251s.txt", m_name);
+}
+
+bool DEBUG_STREAM::save_settings() const
+{
+    return false;
+}
+
+void DEBUG_STREAM::write_to_file(const char*, const char*, bool) {}
+
+void DEBUG_STREAM::close_file() {}

@@ -1,0 +1,8 @@
+// The start-up listing of the default folders on the "Default Path Trace" channel.
+
+#include "debug_stream.h"
+#include "folder.h"
+
+void trace_default_paths()
+{
+}

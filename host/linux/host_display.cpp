@@ -1,0 +1,18 @@
+// The X display connection of the host layer. The window itself is opened by the display code;
+// until a window is open these have nothing to release.
+
+#include "host_internal.h"
+
+void host_close_display() {}
+void host_close_input_devices() {}
+void host_release_grabs() {}
+
+#include "host.h"
+
+void host_pump_events() {}
+
+void host_end_of_run()
+{
+    host_close_display();
+    host_close_input_devices();
+}

@@ -1,0 +1,33 @@
+// The installer's application record and its debug channel. Both are built before the framework's
+// own channels, so "Installer Debug" is channel 0.
+
+#include "application_frame.h"
+#include "installer_debug.h"
+#include "installer_icon.h"
+#include "static_order.h"
+
+APPLICATION_RECORD application_record = {
+    "Installer 1.14", // app_name
+    0,                // exit_message
+    installer_icon_xpm,
+    1000,             // psp_splash_time
+    nullptr,          // psp_splash_imgs
+    0,                // psp_flash_leds
+    1,                // gp2x_joystick
+    30,               // gp2x_mouse_rate
+    1,                // gp2x_display_type
+    100,              // windows_icon_id
+    0,                // nds_console
+    0,                // nds_memory_chk
+    0,                // nds_rotated
+    0,                // macos_show_about
+    0,                // macos_show_preferences
+    2,                // touch_mode: "2 Cursor Keys + Mouse Wheel"
+    200,              // touch_decision_delay
+    250,              // touch_drag_delay
+    6,                // touch_mouse_wheel_step
+    nullptr,          // touch_gesture_area
+    static_cast<INT_S8>(ORLU_APP_BITS),
+};
+
+DEBUG_STREAM installer_debug ORLU_INIT_APPLICATION ("Installer Debug", 0, true);

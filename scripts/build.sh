@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Configures and builds one flavour of the project.
+#   scripts/build.sh [normal|asan|fuzz]
+# normal -> build/ (the executables build/installer and build/packer)
+# asan   -> build-asan/ (AddressSanitizer and UndefinedBehaviorSanitizer)
+# fuzz   -> build-fuzz/ (clang with libFuzzer)
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+flavour=${1:-normal}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+case "$flavour" in
+    normal) dir=build; extra=() ;;
+    asan)   dir=build-asan; extra=(-DORLU_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug) ;;
+    fuzz)   dir=build-fuzz; extra=(-DORLU_FUZZ=ON -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
+    *) echo "unknown flavour: $flavour" >&2; exit 2 ;;
+esac
+
+generator=()
+command -v ninja >/dev/null 2>&1 && generator=(-G Ninja)
+if [ -f "$top/$dir/CMakeCache.txt" ]; then
+    cmake -S "$top" -B "$top/$dir" "${extra[@]}" >/dev/null
+else
+    cmake -S "$top" -B "$top/$dir" "${generator[@]}" "${extra[@]}" >/dev/null
+fi
+cmake --build "$top/$dir" -j "$jobs"

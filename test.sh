@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs what the project needs, builds it twice (normal, and with AddressSanitizer and
+# UndefinedBehaviorSanitizer) and runs every test on both builds, then the fuzz targets for a
+# short fixed number of runs. Exits non-zero on any failure.
+set -euo pipefail
+top=$(cd "$(dirname "$0")" && pwd)
+cd "$top"
+
+./scripts/install-deps.sh
+
+status=0
+for flavour in normal asan; do
+    echo "=== build: $flavour"
+    ./scripts/build.sh "$flavour"
+done
+
+echo "=== tests: normal"
+ctest --test-dir build --output-on-failure -j 2 || status=1
+echo "=== tests: asan"
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+    ctest --test-dir build-asan --output-on-failure -j 2 || status=1
+
+if [ -f tests/fuzz/CMakeLists.txt ] && [ -n "$(ls tests/fuzz/*.cpp 2>/dev/null)" ]; then
+    echo "=== fuzz"
+    ./scripts/build.sh fuzz
+    ./scripts/run-fuzzers.sh 2000 || status=1
+fi
+
+exit $status

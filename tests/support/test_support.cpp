@@ -1,0 +1,121 @@
+#include "test_support.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+void remove_tree(const std::string& path)
+{
+    // Tests own their temporary folders; nothing outside them is touched.
+    std::string command_path = path;
+    pid_t pid = fork();
+    if (pid == 0) {
+        execlp("rm", "rm", "-rf", "--", command_path.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    if (pid > 0)
+        waitpid(pid, &status, 0);
+}
+
+} // namespace
+
+TEMP_FOLDER::TEMP_FOLDER()
+{
+    const char* base = getenv("TMPDIR");
+    std::string pattern = std::string(base && base[0] ? base : "/tmp") + "/orlu-test-XXXXXX";
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back(0);
+    if (mkdtemp(buffer.data()))
+        m_path = buffer.data();
+}
+
+TEMP_FOLDER::~TEMP_FOLDER()
+{
+    if (!m_path.empty())
+        remove_tree(m_path);
+}
+
+RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
+    const std::vector<std::string>& environment, const std::string& working_folder)
+{
+    RUN_RESULT result;
+    int out_pipe[2], err_pipe[2];
+    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
+        return result;
+    pid_t pid = fork();
+    if (pid == 0) {
+        int null_fd = open("/dev/null", O_RDONLY);
+        dup2(null_fd, STDIN_FILENO);
+        dup2(out_pipe[1], STDOUT_FILENO);
+        dup2(err_pipe[1], STDERR_FILENO);
+        close(out_pipe[0]);
+        close(err_pipe[0]);
+        for (const std::string& entry : environment)
+            putenv(strdup(entry.c_str()));
+        if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
+            _exit(126);
+        std::vector<char*> argv;
+        argv.push_back(const_cast<char*>(program.c_str()));
+        for (const std::string& argument : arguments)
+            argv.push_back(const_cast<char*>(argument.c_str()));
+        argv.push_back(nullptr);
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+    close(out_pipe[1]);
+    close(err_pipe[1]);
+    struct pollfd fds[2] = { { out_pipe[0], POLLIN, 0 }, { err_pipe[0], POLLIN, 0 } };
+    int open_count = 2;
+    char chunk[65536];
+    while (open_count > 0) {
+        if (poll(fds, 2, -1) < 0) {
+            if (errno == EINTR)
+                continue;
+            break;
+        }
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP | POLLERR)))
+                continue;
+            ssize_t got = read(fds[i].fd, chunk, sizeof chunk);
+            if (got <= 0) {
+                close(fds[i].fd);
+                fds[i].fd = -1;
+                --open_count;
+                continue;
+            }
+            (i == 0 ? result.output : result.errors).append(chunk, static_cast<size_t>(got));
+        }
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+std::string installer_path() { return std::string(ORLU_BUILD_DIR) + "/installer"; }
+std::string packer_path() { return std::string(ORLU_BUILD_DIR) + "/packer"; }
+
+std::string read_file(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
+}
+
+bool write_file(const std::string& path, const std::string& bytes)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << bytes;
+    return static_cast<bool>(out);
+}

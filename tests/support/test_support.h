@@ -1,0 +1,40 @@
+// Helpers for the tests: temporary folders and running the real executables.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// A fresh folder under the system's temporary folder, deleted with everything in it at the end
+// of the scope.
+class TEMP_FOLDER {
+public:
+    TEMP_FOLDER();
+    ~TEMP_FOLDER();
+    TEMP_FOLDER(const TEMP_FOLDER&) = delete;
+    TEMP_FOLDER& operator=(const TEMP_FOLDER&) = delete;
+
+    const std::string& path() const { return m_path; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
+
+struct RUN_RESULT {
+    int status { -1 };      // exit status as the shell shows it (0 to 255), -1 if killed
+    std::string output;     // standard output
+    std::string errors;     // standard error
+};
+
+// Runs a program with arguments (no shell), with standard input from /dev/null, extra
+// environment entries of the form "NAME=value" and an optional working folder.
+RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
+    const std::vector<std::string>& environment = {}, const std::string& working_folder = "");
+
+// Paths of the built executables.
+std::string installer_path();
+std::string packer_path();
+
+// Whole-file helpers.
+std::string read_file(const std::string& path);
+bool write_file(const std::string& path, const std::string& bytes);
