@@ -253,7 +253,7 @@ void filter_arguments(int argc, char** argv, int* out_argc, char*** out_argv)
     int kept = 0;
     for (int i = 0; i < argc + file_argument_count; ++i) {
         char* argument = i < argc ? argv[i] : file_arguments[i - argc];
-        if (strncmp(argument, "--orlu", 6) != 0) {
+        if (strncasecmp(argument, "--orlu", 6) != 0) {
             filtered_arguments[kept++] = argument;
             continue;
         }
