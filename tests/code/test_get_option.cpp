@@ -14,7 +14,7 @@ struct SCAN {
     std::vector<std::string> seen;
 };
 
-SCAN scan(std::vector<std::string> words, const char* spec)
+SCAN scan(std::vector<std::string> words, const char* letters)
 {
     std::vector<char*> argv;
     for (std::string& word : words)
@@ -23,7 +23,7 @@ SCAN scan(std::vector<std::string> words, const char* spec)
     reset_option_scanner();
     option_report_errors = false;
     SCAN result;
-    for (INT_S32 option; (option = get_option(static_cast<int>(words.size()), argv.data(), spec)) != -1;) {
+    for (INT_S32 option; (option = get_option(static_cast<int>(words.size()), argv.data(), letters)) != -1;) {
         std::string entry(1, static_cast<char>(option));
         if (option != '?' && option_argument && option_argument[0] != '-')
             entry += "=" + std::string(option_argument);
