@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "application_frame.h"
+#include "debug_stream.h"
 #include "framework_options.h"
 #include "host.h"
 #include "system_info.h"
@@ -42,6 +43,7 @@ void find_own_location()
 int run_application_frame(int argc, char** argv, char** envp)
 {
     find_own_location();
+    load_pending_debug_settings();
     environment = envp;
     arguments = argv;
     install_signal_handlers();

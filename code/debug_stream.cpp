@@ -86,10 +86,16 @@ DEBUG_STREAM::DEBUG_STREAM(const char* name, INT_U16 flags, bool load_config)
     m_flags = flags;
     snprintf(m_file_name, sizeof m_file_name, "%.251s.txt", m_name);
     m_rolling_limit = 100;
-    if (load_config)
-        load_settings();
+    m_settings_pending = load_config;
     m_first_write = 1;
     m_file = nullptr;
+}
+
+void DEBUG_STREAM::apply_pending_settings()
+{
+    if (!m_settings_pending)
+        return;
+    load_settings();
     // Whatever "file_rolling_limit" a settings file gave, the limit in force is 100.
     m_rolling_limit = 100;
 }
@@ -113,6 +119,7 @@ void DEBUG_STREAM::set_file_name(const char* file_name)
 
 void DEBUG_STREAM::write(const char* source_file, int line, const char* text, bool add_newline)
 {
+    apply_pending_settings();
     if (!text)
         text = "";
     char prefix[2048];

@@ -11,6 +11,7 @@
 
 void DEBUG_STREAM::load_settings()
 {
+    m_settings_pending = 0;
     m_flags = 0;
     snprintf(m_file_name, sizeof m_file_name, "%.251s.txt", m_name);
 }
@@ -23,3 +24,9 @@ bool DEBUG_STREAM::save_settings() const
 void DEBUG_STREAM::write_to_file(const char*, const char*, bool) {}
 
 void DEBUG_STREAM::close_file() {}
+
+void load_pending_debug_settings()
+{
+    for (INT_S16 i = 0; i < debug_stream_count(); ++i)
+        debug_stream_at(i)->apply_pending_settings();
+}

@@ -253,7 +253,7 @@ void filter_arguments(int argc, char** argv, int* out_argc, char*** out_argv)
     int kept = 0;
     for (int i = 0; i < argc + file_argument_count; ++i) {
         char* argument = i < argc ? argv[i] : file_arguments[i - argc];
-        if (strncmp(argument, "--orlu", 6) != 0) {
+        if (strncasecmp(argument, "--orlu", 6) != 0) {
             filtered_arguments[kept++] = argument;
             continue;
         }
@@ -307,7 +307,7 @@ void reset_option_scanner()
     option_argument = nullptr;
 }
 
-INT_S32 get_option(int argc, char** argv, const char* spec)
+INT_S32 get_option(int argc, char** argv, const char* letters)
 {
     while (option_index < argc && argv[option_index][0] != '-')
         ++option_index;
@@ -321,7 +321,7 @@ INT_S32 get_option(int argc, char** argv, const char* spec)
             fatal_error(0x0040, argument);
         return '?';
     }
-    const char* found = argument[1] != ':' ? strchr(spec, argument[1]) : nullptr;
+    const char* found = argument[1] != ':' ? strchr(letters, argument[1]) : nullptr;
     if (!found) {
         if (option_report_errors)
             fatal_error(0x0042, argument);

@@ -37,6 +37,10 @@ public:
     // says "disabled". save_settings writes the same file back, creating the folder.
     void load_settings();
     bool save_settings() const;
+    // Streams are static objects, built before the folders they read their settings from can be
+    // resolved; a stream built with load_config reads them at the frame's start (or at its first
+    // write, whichever comes first), and then the rolling limit in force is 100 again.
+    void apply_pending_settings();
 
     [[nodiscard]] const char* name() const { return m_name; }
     [[nodiscard]] const char* file_name() const { return m_file_name; }
@@ -44,7 +48,11 @@ public:
     [[nodiscard]] bool is_active() const { return m_flags & (DEBUG_TO_CONSOLE | DEBUG_TO_POPUP | DEBUG_TO_FILE); }
     [[nodiscard]] INT_S16 rolling_limit() const { return m_rolling_limit; }
     [[nodiscard]] INT_S16 writes_since_roll() const { return m_writes_since_roll; }
-    void set_flags(INT_U16 flags) { m_flags = flags; }
+    void set_flags(INT_U16 flags)
+    {
+        m_flags = flags;
+        m_settings_pending = 0;
+    }
     void set_file_name(const char* file_name);
 
 private:
@@ -58,12 +66,16 @@ private:
     TEXT_FILE* m_file { nullptr };
     INT_S16 m_writes_since_roll { 0 };
     INT_S16 m_rolling_limit { 100 };
+    INT_U8 m_settings_pending { 0 };
 };
 
 // printf-style write through a 2048-character buffer; no newline is added. A null format does
 // nothing. The text is formatted before the flags are looked at, so guard it on hot paths.
 void debug_printf(DEBUG_STREAM* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void debug_write(DEBUG_STREAM* stream, const char* source_file, int line, const char* text, bool add_newline);
+
+// Reads the settings of every stream that still waits for them (the frame calls it first).
+void load_pending_debug_settings();
 
 // Exact, case-sensitive search of the registry in registration order; null if none.
 DEBUG_STREAM* find_debug_stream(const char* name);

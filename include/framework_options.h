@@ -9,11 +9,11 @@
 // A second call with a null argv at shutdown frees what the first one kept.
 void filter_arguments(int argc, char** argv, int* out_argc, char*** out_argv);
 
-// Single-letter scanner: spec is a string of letters, each followed by ":" when it takes a
+// Single-letter scanner: `letters` is a string of letters, each followed by ":" when it takes a
 // value. Answers the letter, '?' for an unknown letter, a missing value or an argument longer
 // than two characters, and -1 at the end. Arguments that do not begin with "-" are skipped;
 // one that begins with "--" ends the scan.
-INT_S32 get_option(int argc, char** argv, const char* spec);
+INT_S32 get_option(int argc, char** argv, const char* letters);
 extern int option_index;           // next argument to look at; starts at 1
 extern const char* option_argument; // the value of the last option, or the option itself
 extern bool option_report_errors;   // fatal errors 0040, 0041, 0042 instead of quiet '?'

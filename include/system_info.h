@@ -75,7 +75,8 @@ const char* root_path(INT_S16 root);
 DRIVE_KIND root_drive_kind(INT_S16 root);
 void set_mount_table_path(const char* path);
 
-// The user's home directory: the password database entry of getuid(), else HOME. Read once.
+// The user's home directory: HOME when it names an existing folder, else the password database
+// entry of getuid(). Read once.
 const char* home_directory();
 // Replaces the home directory for the rest of the run (tests point it at a temporary folder);
 // null goes back to the password database.

@@ -1,10 +1,7 @@
-// The installer's application record and its debug channel. Both are built before the framework's
-// own channels, so "Installer Debug" is channel 0.
+// The installer's application record: what the frame and the system report know of the program.
 
 #include "application_frame.h"
-#include "installer_debug.h"
 #include "installer_icon.h"
-#include "static_order.h"
 
 APPLICATION_RECORD application_record = {
     "Installer 1.14", // app_name
@@ -29,5 +26,3 @@ APPLICATION_RECORD application_record = {
     nullptr,          // touch_gesture_area
     static_cast<INT_S8>(ORLU_APP_BITS),
 };
-
-DEBUG_STREAM installer_debug ORLU_INIT_APPLICATION ("Installer Debug", 0, true);

@@ -9,6 +9,7 @@
 #include <ifaddrs.h>
 #include <netinet/in.h>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -32,12 +33,21 @@ const char* home_directory()
 {
     if (home_known)
         return home;
+    // HOME wins when it names a real folder: the desktop tools that register our menu entries
+    // (xdg-utils) go by it, and shortcuts must land where they look. The password database is
+    // the fall-back for a missing or stale HOME.
     home[0] = 0;
-    struct passwd* entry = getpwuid(getuid());
-    if (entry && entry->pw_dir && entry->pw_dir[0])
-        snprintf(home, sizeof home, "%s", entry->pw_dir);
-    else if (const char* variable = getenv("HOME"))
+    const char* variable = getenv("HOME");
+    struct stat facts;
+    if (variable && variable[0] == '/' && stat(variable, &facts) == 0 && S_ISDIR(facts.st_mode)) {
         snprintf(home, sizeof home, "%s", variable);
+    } else {
+        struct passwd* entry = getpwuid(getuid());
+        if (entry && entry->pw_dir && entry->pw_dir[0])
+            snprintf(home, sizeof home, "%s", entry->pw_dir);
+        else if (variable)
+            snprintf(home, sizeof home, "%s", variable);
+    }
     home_known = true;
     return home;
 }

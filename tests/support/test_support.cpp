@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,52 +30,12 @@ void remove_tree(const std::string& path)
 
 } // namespace
 
-TEMP_FOLDER::TEMP_FOLDER()
-{
-    const char* base = getenv("TMPDIR");
-    std::string pattern = std::string(base && base[0] ? base : "/tmp") + "/orlu-test-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back(0);
-    if (mkdtemp(buffer.data()))
-        m_path = buffer.data();
-}
+namespace {
 
-TEMP_FOLDER::~TEMP_FOLDER()
-{
-    if (!m_path.empty())
-        remove_tree(m_path);
-}
-
-RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
-    const std::vector<std::string>& environment, const std::string& working_folder)
+RUN_RESULT collect(pid_t pid, int out_fd, int err_fd)
 {
     RUN_RESULT result;
-    int out_pipe[2], err_pipe[2];
-    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
-        return result;
-    pid_t pid = fork();
-    if (pid == 0) {
-        int null_fd = open("/dev/null", O_RDONLY);
-        dup2(null_fd, STDIN_FILENO);
-        dup2(out_pipe[1], STDOUT_FILENO);
-        dup2(err_pipe[1], STDERR_FILENO);
-        close(out_pipe[0]);
-        close(err_pipe[0]);
-        for (const std::string& entry : environment)
-            putenv(strdup(entry.c_str()));
-        if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
-            _exit(126);
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(program.c_str()));
-        for (const std::string& argument : arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        execv(program.c_str(), argv.data());
-        _exit(127);
-    }
-    close(out_pipe[1]);
-    close(err_pipe[1]);
-    struct pollfd fds[2] = { { out_pipe[0], POLLIN, 0 }, { err_pipe[0], POLLIN, 0 } };
+    struct pollfd fds[2] = { { out_fd, POLLIN, 0 }, { err_fd, POLLIN, 0 } };
     int open_count = 2;
     char chunk[65536];
     while (open_count > 0) {
@@ -100,6 +61,94 @@ RUN_RESULT run_program(const std::string& program, const std::vector<std::string
     waitpid(pid, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
+}
+
+} // namespace
+
+TEMP_FOLDER::TEMP_FOLDER()
+{
+    const char* base = getenv("TMPDIR");
+    std::string pattern = std::string(base && base[0] ? base : "/tmp") + "/orlu-test-XXXXXX";
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back(0);
+    if (mkdtemp(buffer.data()))
+        m_path = buffer.data();
+}
+
+TEMP_FOLDER::~TEMP_FOLDER()
+{
+    if (!m_path.empty())
+        remove_tree(m_path);
+}
+
+RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
+    const std::vector<std::string>& environment, const std::string& working_folder)
+{
+    int out_pipe[2], err_pipe[2];
+    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
+        return RUN_RESULT();
+    pid_t pid = fork();
+    if (pid == 0) {
+        int null_fd = open("/dev/null", O_RDONLY);
+        dup2(null_fd, STDIN_FILENO);
+        dup2(out_pipe[1], STDOUT_FILENO);
+        dup2(err_pipe[1], STDERR_FILENO);
+        close(out_pipe[0]);
+        close(err_pipe[0]);
+        for (const std::string& entry : environment)
+            putenv(strdup(entry.c_str()));
+        if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
+            _exit(126);
+        std::vector<char*> argv;
+        argv.push_back(const_cast<char*>(program.c_str()));
+        for (const std::string& argument : arguments)
+            argv.push_back(const_cast<char*>(argument.c_str()));
+        argv.push_back(nullptr);
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+    close(out_pipe[1]);
+    close(err_pipe[1]);
+    return collect(pid, out_pipe[0], err_pipe[0]);
+}
+
+
+RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment)
+{
+    int out_pipe[2], err_pipe[2];
+    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
+        return RUN_RESULT();
+    fflush(stdout);
+    fflush(stderr);
+    pid_t pid = fork();
+    if (pid == 0) {
+        int null_fd = open("/dev/null", O_RDONLY);
+        dup2(null_fd, STDIN_FILENO);
+        dup2(out_pipe[1], STDOUT_FILENO);
+        dup2(err_pipe[1], STDERR_FILENO);
+        close(out_pipe[0]);
+        close(err_pipe[0]);
+        for (const std::string& entry : environment)
+            putenv(strdup(entry.c_str()));
+        body();
+        fflush(stdout);
+        _exit(0);
+    }
+    close(out_pipe[1]);
+    close(err_pipe[1]);
+    return collect(pid, out_pipe[0], err_pipe[0]);
+}
+
+std::string make_recording_program(const TEMP_FOLDER& folder, const std::string& name,
+    const std::string& record_file, int status)
+{
+    std::string bin = folder.file("bin");
+    mkdir(bin.c_str(), 0755);
+    std::string script = "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\" >> '" + record_file
+        + "'; done\nexit " + std::to_string(status) + "\n";
+    write_file(bin + "/" + name, script);
+    chmod((bin + "/" + name).c_str(), 0755);
+    return bin;
 }
 
 std::string installer_path() { return std::string(ORLU_BUILD_DIR) + "/installer"; }

@@ -1,6 +1,7 @@
 // Helpers for the tests: temporary folders and running the real executables.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,16 @@ struct RUN_RESULT {
 // environment entries of the form "NAME=value" and an optional working folder.
 RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
     const std::vector<std::string>& environment = {}, const std::string& working_folder = "");
+
+// Runs `body` in a forked child with standard input from /dev/null and the given environment
+// entries, capturing what it prints. The child exits with 0 when body returns.
+RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment = {});
+
+// Makes a folder holding a fake program `name` (a shell script) that writes each of its
+// arguments on a line of `record_file` and exits with `status`. Answers the folder, to be put
+// first on PATH.
+std::string make_recording_program(const TEMP_FOLDER& folder, const std::string& name,
+    const std::string& record_file, int status);
 
 // Paths of the built executables.
 std::string installer_path();

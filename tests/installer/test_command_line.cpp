@@ -1,0 +1,309 @@
+// The installer's command line and the framework options, run on the real executable.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "test_support.h"
+
+namespace {
+
+// Every early exit ends through the frame's exit with status -1.
+constexpr int EARLY_EXIT = 255;
+
+std::string usage_of(const std::string& program)
+{
+    return "Usage:\n\t" + program
+        + " [-h] [-a] [-v] [-s filename] [-x filename] [-p filter] [-d filename1=filename2]\n\n"
+          "\t-h\t- Show help\n"
+          "\t-a\t- Automatic mode (non interactive)\n"
+          "\t-v\t- Be verbose\n"
+          "\t-s\t- Generate skin\n"
+          "\t-x\t- XML File\n"
+          "\t-p\t- Platform filter\n"
+          "\t-d\t- Diff files (used for patching)\n\n"
+          "\t-f\t- Force either 32bit or 64bit install\n\n";
+}
+
+std::string framework_usage_of(const std::string& program)
+{
+    return "usage: " + program
+        + " [--orlu | --orlu-listdebug | --orlu-showdebug=x | --orlu-varsz | --orlu-varsz-continue | --orlu-info | --orlu-info-continue ]\n\n"
+          "  --orlu                  - show usage and exit\n"
+          "  --orlu-listdebug        - list debug channels\n"
+          "  --orlu-showdebug=x      - show debug channel x (where x is channel number or \"all\")\n"
+          "  --orlu-varsz            - show default var sizes and exit\n"
+          "  --orlu-varsz-continue   - show default var sizes and continue\n"
+          "  --orlu-info             - show system info and exit\n"
+          "  --orlu-info-continue    - show system info and continue\n"
+          "  --orlu-version          - show version info and exit\n"
+          "  --orlu-version-continue - show version info and continue\n"
+          "\n"
+          "NOTE: Command line args can be specified one per line in the file orlu_args.txt located next to the application file.\n\n";
+}
+
+const char* const debug_list =
+    "ID   Name\n"
+    "--------------------\n\n"
+    " 0   Installer Debug\n"
+    " 1   ORLU Platform\n"
+    " 2   ORLU Modules\n"
+    " 3   Default Path Trace\n"
+    " 4   Image Class Debug\n"
+    " 5   HTTP Request Trace\n"
+    " 6   Translation Debug\n"
+    " 7   WAV file loading debug\n"
+    " 8   Sound Manager Debug\n"
+    "\n";
+
+RUN_RESULT run_installer(const std::vector<std::string>& arguments)
+{
+    // No display: message boxes fall back to the console and read their Return from /dev/null.
+    return run_program(installer_path(), arguments, { "DISPLAY=" });
+}
+
+// Splits output into lines, without their line feeds.
+std::vector<std::string> lines_of(const std::string& text)
+{
+    std::vector<std::string> lines;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos)
+            end = text.size();
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return lines;
+}
+
+} // namespace
+
+TEST(INSTALLER_COMMAND_LINE, help_and_anything_unknown_print_the_usage_and_exit_255)
+{
+    for (const char* option : { "-h", "-f", "-z", "-abc", "-" }) {
+        RUN_RESULT run = run_installer({ option });
+        EXPECT_EQ(run.output, usage_of(installer_path())) << option;
+        EXPECT_EQ(run.status, EARLY_EXIT) << option;
+    }
+}
+
+TEST(INSTALLER_COMMAND_LINE, option_that_needs_a_value_and_has_none_prints_the_usage)
+{
+    RUN_RESULT run = run_installer({ "-p" });
+    EXPECT_EQ(run.output, usage_of(installer_path()));
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(INSTALLER_COMMAND_LINE, options_act_in_order_so_help_after_others_still_exits)
+{
+    RUN_RESULT run = run_installer({ "-p", "nosuchplatform", "-x", "data/setup.xml", "-h" });
+    EXPECT_EQ(run.output, usage_of(installer_path()));
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(INSTALLER_COMMAND_LINE, automatic_run_without_data_reports_and_exits)
+{
+    RUN_RESULT run = run_installer({ "-a" });
+    EXPECT_EQ(run.output, "Loading automatic pack...\nERROR: unable to load data\nDone\n");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(INSTALLER_COMMAND_LINE, interactive_run_without_data_shows_the_message_and_the_error)
+{
+    RUN_RESULT run = run_installer({});
+    EXPECT_EQ(run.output,
+        "\n*\n*\tNo installation data found!\n*\n*\tMake sure you have got all required files.\n*\n*  Press Return\n*"
+        "\nError, unable to continue...\n\nNo installation data found!\n\n");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(FRAMEWORK_OPTIONS, listdebug_lists_the_channels_in_registration_order)
+{
+    RUN_RESULT run = run_installer({ "--orlu-listdebug" });
+    EXPECT_EQ(run.output, debug_list);
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(FRAMEWORK_OPTIONS, option_names_ignore_case)
+{
+    RUN_RESULT run = run_installer({ "--ORLU-LISTDEBUG" });
+    EXPECT_EQ(run.output, debug_list);
+}
+
+TEST(FRAMEWORK_OPTIONS, showdebug_of_a_missing_channel_prints_both_lines_and_exits)
+{
+    RUN_RESULT run = run_installer({ "--orlu-showdebug=99" });
+    EXPECT_EQ(run.output, "Enabling debug channel 99\nERROR: Stream 99 was not found\n\n");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+
+    run = run_installer({ "--orlu-showdebug=-1" });
+    EXPECT_EQ(run.output, "Enabling debug channel -1\nERROR: Stream -1 was not found\n\n");
+}
+
+TEST(FRAMEWORK_OPTIONS, showdebug_enables_a_channel_and_goes_on)
+{
+    // Channel 0 is the installer's own: with it on, -x traces the path it was given.
+    RUN_RESULT run = run_installer({ "--orlu-showdebug=0", "-x", "$HOME/setup.xml", "-h" });
+    EXPECT_EQ(run.output, "Enabling debug channel 0\nXML Path: $HOME/setup.xml\n" + usage_of(installer_path()));
+
+    run = run_installer({ "--orlu-showdebug=all", "-h" });
+    EXPECT_EQ(run.output, "Enabling all 9 debug channels\n" + usage_of(installer_path()));
+}
+
+TEST(FRAMEWORK_OPTIONS, unknown_orlu_option_prints_the_error_and_the_usage)
+{
+    for (const char* option : { "--orlu-foo", "--orlu=1" }) {
+        RUN_RESULT run = run_installer({ option });
+        EXPECT_EQ(run.output, std::string("ERROR: Command line option \"") + option + "\" is not known\n\n"
+                + framework_usage_of(installer_path()))
+            << option;
+        EXPECT_EQ(run.status, EARLY_EXIT);
+    }
+    RUN_RESULT run = run_installer({ "--orlu" });
+    EXPECT_EQ(run.output, framework_usage_of(installer_path()));
+}
+
+TEST(FRAMEWORK_OPTIONS, varsz_prints_the_true_widths_of_this_build)
+{
+    RUN_RESULT run = run_installer({ "--orlu-varsz" });
+    std::string word = std::to_string(sizeof(void*));
+    std::string word_bits = std::to_string(sizeof(void*) * 8);
+    EXPECT_EQ(run.output,
+        "Standard Varible Sizes\n--------------------\n\n"
+        "INT_S8 = 1 bytes (8 bits)\nINT_U8 = 1 bytes (8 bits)\n"
+        "INT_S16 = 2 bytes (16 bits)\nINT_U16 = 2 bytes (16 bits)\n"
+        "INT_S32 = 4 bytes (32 bits)\nINT_U32 = 4 bytes (32 bits)\n"
+        "INT_S64 = 8 bytes (64 bits)\nINT_U64 = 8 bytes (64 bits)\n"
+        "FLOAT_32 = 4 bytes (32 bits)\nFLOAT_64 = 8 bytes (64 bits)\n"
+        "PTR_INT_CAST = " + word + " bytes (" + word_bits + " bits)\n"
+        "PTR = " + word + " bytes (" + word_bits + " bits)\n"
+        "size_t = " + word + " bytes (" + word_bits + " bits)\n\n");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(FRAMEWORK_OPTIONS, version_names_the_application_and_its_word_size)
+{
+    RUN_RESULT run = run_installer({ "--orlu-version" });
+    std::string expected_start = "Installer 1.14 (" + std::to_string(sizeof(void*) * 8) + " bit) ";
+    EXPECT_EQ(run.output.substr(0, expected_start.size()), expected_start);
+    EXPECT_EQ(run.output.substr(run.output.size() - 2), "\n\n");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+}
+
+TEST(FRAMEWORK_OPTIONS, info_prints_the_application_record_and_the_machine)
+{
+    RUN_RESULT run = run_installer({ "--orlu-info" });
+    EXPECT_EQ(run.status, EARLY_EXIT);
+    std::vector<std::string> lines = lines_of(run.output);
+    ASSERT_GT(lines.size(), 50u);
+
+    EXPECT_EQ(lines[0], "Running a " + std::to_string(sizeof(void*) * 8) + "bit application");
+    EXPECT_EQ(lines[1], "");
+    EXPECT_EQ(lines[2], "App:                     Installer 1.14");
+    EXPECT_EQ(lines[3].substr(0, 25), "Build:                   ");
+    const char* const record[] = {
+        "Exit Msg:                Disabled",
+        "Linux Icon:              Custom",
+        "PSP Splash Time:         1000",
+        "PSP Splash Imgs:         Absent",
+        "PSP flash_leds:          No",
+        "GP2X Joystick:           1",
+        "GP2X Mouse Rate:         30",
+        "GP2X Display Type:       1",
+        "Windows IconID:          100",
+        "NDS Console:             No",
+        "NDS Memory Chk:          Disabled",
+        "NDS Rotated:             No",
+        "MacOS Show About:        No",
+        "MacOS Show Preferences:  No",
+        "Touch Mode:              2 Cursor Keys + Mouse Wheel",
+        "Touch Decision Delay:    200",
+        "Touch Drag Delay:        250",
+        "Touch Mouse Wheel Step:  6",
+        "Touch Gesture Area Set:  No",
+        "",
+    };
+    for (size_t i = 0; i < sizeof record / sizeof record[0]; ++i)
+        EXPECT_EQ(lines[4 + i], record[i]);
+
+    // The machine block: the same rows in the same order, one speed line per processor and
+    // one free-space line per disk.
+    size_t at = 4 + sizeof record / sizeof record[0];
+    auto expect_prefix = [&](const std::string& prefix) {
+        ASSERT_LT(at, lines.size());
+        EXPECT_EQ(lines[at].substr(0, prefix.size()), prefix) << "line " << at;
+        ++at;
+    };
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
+    EXPECT_EQ(lines[at], std::string("Computer Name:           ") + host);
+    ++at;
+    expect_prefix("OS:                      Intel Linux");
+    expect_prefix(sizeof(long) == 8 ? "OS Version:              64 Bit Linux" : "OS Version:              32 Bit Linux");
+    expect_prefix("OS Build:                ");
+    expect_prefix("Desktop Icons:           ");
+    expect_prefix("Desktop Menu:            ");
+    long cpus = sysconf(_SC_NPROCESSORS_CONF);
+    EXPECT_EQ(lines[at], "CPUs:                    " + std::to_string(cpus));
+    ++at;
+    expect_prefix("CPU Type:                ");
+    for (long cpu = 0; cpu < cpus; ++cpu)
+        expect_prefix("CPU " + std::to_string(cpu) + " Speed:             ");
+    expect_prefix("Byte Order:              Least significant byte first");
+    expect_prefix("Phy Mem:                 ");
+    EXPECT_EQ(lines[at - 1].substr(lines[at - 1].size() - 2), "Mb");
+    expect_prefix("Virt Mem:                ");
+    expect_prefix("Free Phy Mem:            ");
+    expect_prefix("Free Virt Mem:           ");
+    expect_prefix("System Folders:          ");
+    ASSERT_LT(at, lines.size());
+    int disks = std::stoi(lines[at].substr(25));
+    expect_prefix("Disks:                   ");
+    ASSERT_GE(disks, 2);
+    expect_prefix("Disk 0 Free:           ");
+    EXPECT_NE(lines[at - 1].find("Mb (Home)"), std::string::npos);
+    expect_prefix("Disk 1 Free:           ");
+    EXPECT_NE(lines[at - 1].find("Mb (File System)"), std::string::npos);
+    at += disks - 2;
+    for (const char* prefix : { "Fullscreen:              ", "Windowed:                ",
+             "Optional Window Borders: ", "Window Positioning       ", "Hostame:                ",
+             "IP:                     ", "Hardware Keyboard:      ", "Mouse:                  ",
+             "Mouse Buttons:          ", "Joystick:               ", "Joystick1:              ",
+             "Multiple Windows:       ", "Speaking Text:          ", "Disable Logout:         " })
+        expect_prefix(prefix);
+    ASSERT_EQ(at + 1, lines.size());
+    EXPECT_EQ(lines[at], "");
+}
+
+TEST(FRAMEWORK_OPTIONS, continue_forms_report_and_hand_the_rest_to_the_application)
+{
+    RUN_RESULT run = run_installer({ "--orlu-varsz-continue", "--orlu-version-continue", "-h" });
+    EXPECT_EQ(run.output.find("Standard Varible Sizes\n"), 0u);
+    EXPECT_NE(run.output.find("Installer 1.14 ("), std::string::npos);
+    std::string usage = usage_of(installer_path());
+    ASSERT_GE(run.output.size(), usage.size());
+    EXPECT_EQ(run.output.substr(run.output.size() - usage.size()), usage);
+}
+
+TEST(FRAMEWORK_OPTIONS, argument_file_beside_the_executable_adds_options_after_the_real_ones)
+{
+    TEMP_FOLDER folder;
+    std::string copy = folder.file("setup");
+    ASSERT_TRUE(write_file(copy, read_file(installer_path())));
+    ASSERT_EQ(chmod(copy.c_str(), 0755), 0);
+    // One line is one argument, blanks included.
+    ASSERT_TRUE(write_file(folder.file("orlu_args.txt"), "--orlu-showdebug=0\r\n-x\n$HOME/my setup.xml\n"));
+
+    RUN_RESULT run = run_program(copy, { "-p", "linux" }, { "DISPLAY=" });
+    // The file's arguments come after the real ones: -p linux, then -x with the blank-holding
+    // name; the run then finds no data and ends.
+    EXPECT_EQ(run.output.substr(0, 53), "Enabling debug channel 0\nXML Path: $HOME/my setup.xml");
+    EXPECT_EQ(run.status, EARLY_EXIT);
+
+    ASSERT_TRUE(write_file(folder.file("orlu_args.txt"), "--orlu-listdebug\n"));
+    run = run_program(copy, {}, { "DISPLAY=" });
+    EXPECT_EQ(run.output, debug_list);
+}
