@@ -1,29 +1,154 @@
 // Settings files and file delivery of debug streams: "<name>_release.cfg" and "<name>.txt"
 // under $USERPREFS/debug.
-//
-// These need folders, text files and config files. Until those exist a stream has no settings
-// file (its flags stay as constructed) and file delivery is skipped, which is exactly what a
-// stream does when its folder cannot be opened.
 
 #include "debug_stream.h"
 
 #include <cstdio>
+#include <cstring>
+
+#include "config_file.h"
+#include "folder.h"
+#include "host.h"
+#include "text_file.h"
+
+namespace {
+
+struct FLAG_KEY {
+    const char* key;
+    INT_U16 bit;
+};
+
+// The keys in the order they are read; "trigger_breakpoint" is written but never read back.
+const FLAG_KEY read_keys[] = {
+    { "write_to_console", DEBUG_TO_CONSOLE },
+    { "write_to_popup_dialog", DEBUG_TO_POPUP },
+    { "write_to_file", DEBUG_TO_FILE },
+    { "truncate_file_on_first_write", DEBUG_TRUNCATE_ON_FIRST_WRITE },
+    { "keep_file_open", DEBUG_KEEP_FILE_OPEN },
+    { "write_file_header", DEBUG_WRITE_FILE_HEADER },
+    { "write_stream_name", DEBUG_WRITE_STREAM_NAME },
+    { "write_code_location", DEBUG_WRITE_CODE_LOCATION },
+    { "file_rolling_backup", DEBUG_FILE_ROLLING_BACKUP },
+};
+
+const FLAG_KEY written_keys[] = {
+    { "write_to_console", DEBUG_TO_CONSOLE },
+    { "write_to_popup_dialog", DEBUG_TO_POPUP },
+    { "write_to_file", DEBUG_TO_FILE },
+    { "truncate_file_on_first_write", DEBUG_TRUNCATE_ON_FIRST_WRITE },
+    { "keep_file_open", DEBUG_KEEP_FILE_OPEN },
+    { "write_file_header", DEBUG_WRITE_FILE_HEADER },
+    { "write_stream_name", DEBUG_WRITE_STREAM_NAME },
+    { "write_code_location", DEBUG_WRITE_CODE_LOCATION },
+    { "trigger_breakpoint", DEBUG_TRIGGER_BREAKPOINT },
+    { "file_rolling_backup", DEBUG_FILE_ROLLING_BACKUP },
+};
+
+// A settings file names the output file, but it may not send it out of the debug folder.
+bool is_plain_file_name(const char* name)
+{
+    return name[0] && !strchr(name, '/') && !strstr(name, "..");
+}
+
+} // namespace
 
 void DEBUG_STREAM::load_settings()
 {
     m_settings_pending = 0;
     m_flags = 0;
     snprintf(m_file_name, sizeof m_file_name, "%.251s.txt", m_name);
+
+    FOLDER folder;
+    if (!folder.set("$USERPREFS/debug", false))
+        return;
+    char config_name[300];
+    snprintf(config_name, sizeof config_name, "%s_release.cfg", m_name);
+    CONFIG_FILE config;
+    config.open(config_name, false);
+    if (!config.exists(folder))
+        return;
+
+    char value[CONFIG_VALUE_SIZE];
+    if (config.read_text(folder, "filename", value)) {
+        if (is_plain_file_name(value))
+            set_file_name(value);
+        else
+            host_printf("Debug stream \"%s\": output file \"%s\" refused, it must lie in the debug folder\n", m_name, value);
+    }
+    INT_S32 number = 0;
+    config.read_int(folder, "disabled", &number, false);
+    if (number)
+        return;
+    for (const FLAG_KEY& key : read_keys) {
+        number = 0;
+        if (config.read_int(folder, key.key, &number, false) && number)
+            m_flags |= key.bit;
+    }
+    number = 100;
+    config.read_int(folder, "file_rolling_limit", &number, false);
+    m_rolling_limit = static_cast<INT_S16>(number);
 }
 
 bool DEBUG_STREAM::save_settings() const
 {
-    return false;
+    FOLDER folder;
+    if (!folder.set("$USERPREFS/debug", true, nullptr, true))
+        return false;
+    char config_name[300];
+    snprintf(config_name, sizeof config_name, "%s_release.cfg", m_name);
+    CONFIG_FILE config;
+    config.open(config_name, true);
+    bool ok = config.write_text(folder, "filename", m_file_name);
+    ok = ok && config.write_int(folder, "disabled", m_flags == 0, false);
+    for (const FLAG_KEY& key : written_keys)
+        ok = ok && config.write_int(folder, key.key, (m_flags & key.bit) != 0, false);
+    ok = ok && config.write_int(folder, "file_rolling_limit", m_rolling_limit, false);
+    return ok;
 }
 
-void DEBUG_STREAM::write_to_file(const char*, const char*, bool) {}
+void DEBUG_STREAM::write_to_file(const char* prefix, const char* text, bool add_newline)
+{
+    // The folder is resolved anew for each write, so a stream follows a changed $USERPREFS.
+    FOLDER folder;
+    if (!folder.set("$USERPREFS/debug", true, nullptr, true))
+        return;
 
-void DEBUG_STREAM::close_file() {}
+    if ((m_flags & DEBUG_FILE_ROLLING_BACKUP) && m_writes_since_roll >= m_rolling_limit) {
+        close_file();
+        char backup[sizeof m_file_name + 8];
+        snprintf(backup, sizeof backup, "%s.bak", m_file_name);
+        (void)folder.delete_file(backup);
+        (void)folder.rename_file(m_file_name, folder, backup);
+        m_writes_since_roll = 0;
+    }
+    if (!m_file) {
+        bool truncate = m_first_write && (m_flags & DEBUG_TRUNCATE_ON_FIRST_WRITE);
+        m_file = folder.open_text_file(m_file_name, truncate ? FILE_WRITE : FILE_UPDATE, false);
+        if (!m_file)
+            return; // only this delivery is lost; the next write tries again
+    }
+    if (m_first_write && (m_flags & DEBUG_WRITE_FILE_HEADER)) {
+        m_file->write_string("======================================\n");
+        m_file->write_string("> Debug stream: ");
+        m_file->write_string(m_name);
+        m_file->write_string("\n> Written: ");
+        m_file->write_string(time_stamp_now());
+        m_file->write_string("\n\n");
+    }
+    m_file->write_string(prefix);
+    m_file->write_string(text);
+    if (add_newline)
+        m_file->write_string("\n");
+    ++m_writes_since_roll;
+    if (!(m_flags & DEBUG_KEEP_FILE_OPEN))
+        close_file();
+    m_first_write = 0;
+}
+
+void DEBUG_STREAM::close_file()
+{
+    FOLDER::close_text_file(&m_file);
+}
 
 void load_pending_debug_settings()
 {

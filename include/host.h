@@ -29,3 +29,8 @@ void host_pump_events();
 // After the application's shutdown: closes the window and the display, frees cursors and the
 // host's devices.
 void host_end_of_run();
+
+// Splits a path as the user typed it into an absolute folder and the last name. A relative path
+// is taken from the working folder. False when the folder part does not exist or the result
+// would not fit ORLU_MAX_PATH.
+bool host_split_user_path(const char* path, char* folder, size_t folder_size, char* name, size_t name_size);

@@ -3,13 +3,16 @@
 #include <cstdio>
 #include <cstring>
 
+#include "packer_common.h"
+
 namespace {
 
 void print_help()
 {
     printf("Usage: packer COMMAND [ARGUMENTS]\n\n"
            "Commands:\n"
-           "  --help    show this text\n");
+           "  pkg list|extract|add|create ...   look inside a package or change it (packer pkg --help)\n"
+           "  --help                            show this text\n");
 }
 
 } // namespace
@@ -18,8 +21,10 @@ int main(int argc, char** argv)
 {
     if (argc < 2 || strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
         print_help();
-        return argc < 2 ? 2 : 0;
+        return argc < 2 ? PACKER_USAGE : PACKER_OK;
     }
-    fprintf(stderr, "packer: unknown command '%s' (see packer --help)\n", argv[1]);
-    return 2;
+    if (strcmp(argv[1], "pkg") == 0)
+        return run_pkg_command(argc - 1, argv + 1);
+    packer_error("unknown command '%s' (see packer --help)", argv[1]);
+    return PACKER_USAGE;
 }
