@@ -99,6 +99,8 @@ protected:
     virtual void delete_item(INT_S32 index);
 
 private:
+    bool resize_to(INT_S64 slots);
+
     void** m_items { nullptr };
     INT_S32 m_capacity { 0 };
     INT_S32 m_count { 0 };
