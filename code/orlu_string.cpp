@@ -61,11 +61,15 @@ char lower_char(char c)
     return static_cast<char>(tolower(static_cast<unsigned char>(c)));
 }
 
-// True when `pointer` lies inside [start, start + size).
-bool points_into(const char* pointer, const char* start, INT_S32 size)
+// True when `pointer` lies inside the buffer at `start`: the larger of its recorded capacity and
+// its text with terminator, since a failed encode leaves the capacity below the text's size.
+bool points_into(const char* pointer, const char* start, INT_S32 capacity)
 {
     if (!pointer || !start)
         return false;
+    INT_S32 size = static_cast<INT_S32>(strlen(start)) + 1;
+    if (size < capacity)
+        size = capacity;
     std::less_equal<const char*> at_or_before;
     std::less<const char*> before;
     return at_or_before(start, pointer) && before(pointer, start + size);
