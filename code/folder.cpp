@@ -898,7 +898,9 @@ bool FOLDER::get_from_data_device(DATA_DEVICE* device)
         return false;
     text[ORLU_MAX_PATH - 1] = 0;
     if (tag == SYMBOLIC_TAG) {
-        set(text);
+        // Only the whole path counts: a walk that stopped half-way is somewhere else.
+        if (!set(text))
+            set_app();
     } else if (tag != OS_LINUX || text[0] != '/') {
         // Another system's path means nothing here; a bad id is not worth stopping for.
         set_app();

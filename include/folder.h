@@ -43,6 +43,19 @@ enum FILE_MODE : INT_S32 {
     FILE_UPDATE = 2,
 };
 
+// How a listing's pattern is matched against names.
+enum HOST_MATCH_MODE : INT_S32 {
+    MATCH_GLOB = 0,             // shell wildcards, case-sensitive
+    MATCH_GLOB_NO_CASE = 1,     // shell wildcards, case ignored
+    MATCH_PREFIX = 2,           // the name begins with the pattern, case ignored
+};
+// Order of a listing.
+enum HOST_SORT : INT_S32 {
+    SORT_BYTES = 0,             // byte order of the names (the C locale)
+    SORT_NO_CASE = 1,           // names compared without regard to case
+    SORT_BYTES_REVERSED = 2,
+};
+
 // The order_marker value that makes a data file carry its own byte-order byte.
 constexpr INT_U8 ORDER_MARKER_IN_FILE = 255;
 

@@ -6,9 +6,8 @@
 
 #include <cstdio>
 
+#include "folder.h"
 #include "orlu_types.h"
-
-class FOLDER;
 
 // Kinds of default folder, as host_default_path takes them.
 enum HOST_FOLDER_KIND : INT_S32 {
@@ -85,19 +84,6 @@ struct HOST_FILE_INFO {
 
 // --- Listings ---------------------------------------------------------------------------------
 
-// How a listing's pattern is matched against names.
-enum HOST_MATCH_MODE : INT_S32 {
-    MATCH_GLOB = 0,             // shell wildcards, case-sensitive
-    MATCH_GLOB_NO_CASE = 1,     // shell wildcards, case ignored
-    MATCH_PREFIX = 2,           // the name begins with the pattern, case ignored
-};
-// Order of a listing.
-enum HOST_SORT : INT_S32 {
-    SORT_BYTES = 0,             // byte order of the names (the C locale)
-    SORT_NO_CASE = 1,           // names compared without regard to case
-    SORT_BYTES_REVERSED = 2,
-};
-
 struct HOST_LISTING;
 // The entries of a folder, "." and ".." left out, folders or files only as asked. A null or
 // empty pattern matches every name. Null when the folder cannot be read or holds no such entry.
@@ -109,7 +95,8 @@ void host_close_listing(HOST_LISTING* listing);
 // --- Streams ----------------------------------------------------------------------------------
 
 // A second descriptor on the stream's open file, for a layer that wants its own (the gzip
-// layer); -1 on failure. The caller closes it.
+// layer), standing at the start of the file; -1 on failure. The caller closes it. The two share
+// one file offset, so the stream itself must not be read or written while the layer is in use.
 [[nodiscard]] int host_duplicate_descriptor(FILE* stream);
 void host_close_descriptor(int descriptor);
 // Reads `size` bytes at `offset` without moving the stream. False on a short read.

@@ -522,7 +522,12 @@ int host_duplicate_descriptor(FILE* stream)
 {
     if (!stream)
         return -1;
-    return fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
+    int descriptor = fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
+    if (descriptor >= 0 && lseek(descriptor, 0, SEEK_SET) != 0) {
+        close(descriptor);
+        return -1;
+    }
+    return descriptor;
 }
 
 void host_close_descriptor(int descriptor)
