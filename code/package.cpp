@@ -23,7 +23,6 @@
 
 namespace {
 
-constexpr INT_U32 HEADER_SIZE = 26;
 constexpr INT_U32 ROOT_RECORD_SIZE = 28;
 // Fixed part of an entry: name_length, first_block, last_block, next_entry, reserved.
 constexpr INT_U32 ENTRY_FIXED_SIZE = 20;
