@@ -128,7 +128,7 @@ void report_darken_percentage();
 // [SECTION] Per-pixel arithmetic
 // ---------------------------------------------------------------------------------------------
 
-// Exact x / 255 for 0 <= x <= 65535 + 255 without a division.
+// Exact x / 255 for 0 <= x <= 65534 (any product of two channels) without a division.
 inline INT_U32 div255(INT_U32 x) { return (x + 1 + (x >> 8)) >> 8; }
 
 // Source-over of colour s at alpha a (1..249) on d; the result keeps d's alpha. Red and blue are
