@@ -45,16 +45,16 @@ TEST(IMAGE_STREAM, layout_is_magic_version_sizes_and_argb_words)
     ASSERT_TRUE(image.put_to_data_device(&device));
     const unsigned char expected[] = { 'o', 'r', 'l', 'u', 'r', 'a', 'w', 'i', 'm', 'g', 1, 1, 0, 1, 0,
         0x33, 0x22, 0x11, 0x44 };
-    ASSERT_EQ(device.bytes.size(), sizeof expected);
-    EXPECT_EQ(memcmp(device.bytes.data(), expected, sizeof expected), 0);
+    ASSERT_EQ(device.bytes().size(), sizeof expected);
+    EXPECT_EQ(memcmp(device.bytes().data(), expected, sizeof expected), 0);
 
     MEMORY_DEVICE swapped;
     swapped.swap_bytes = 1;
     ASSERT_TRUE(image.put_to_data_device(&swapped));
     const unsigned char expected_swapped[] = { 'o', 'r', 'l', 'u', 'r', 'a', 'w', 'i', 'm', 'g', 1, 0, 1, 0, 1,
         0x44, 0x11, 0x22, 0x33 };
-    ASSERT_EQ(swapped.bytes.size(), sizeof expected_swapped);
-    EXPECT_EQ(memcmp(swapped.bytes.data(), expected_swapped, sizeof expected_swapped), 0);
+    ASSERT_EQ(swapped.bytes().size(), sizeof expected_swapped);
+    EXPECT_EQ(memcmp(swapped.bytes().data(), expected_swapped, sizeof expected_swapped), 0);
 }
 
 TEST(IMAGE_STREAM, round_trip_in_both_byte_orders)
@@ -67,7 +67,7 @@ TEST(IMAGE_STREAM, round_trip_in_both_byte_orders)
         MEMORY_DEVICE device;
         device.swap_bytes = swap;
         ASSERT_TRUE(image.put_to_data_device(&device));
-        EXPECT_EQ(device.bytes.size(), 15u + 5 * 3 * 4);
+        EXPECT_EQ(device.bytes().size(), 15u + 5 * 3 * 4);
         device.rewind();
         IMAGE copy;
         ASSERT_TRUE(copy.get_from_data_device(&device));
@@ -84,7 +84,7 @@ TEST(IMAGE_STREAM, empty_image_reads_back_empty)
     IMAGE empty;
     MEMORY_DEVICE device;
     ASSERT_TRUE(empty.put_to_data_device(&device));
-    EXPECT_EQ(device.bytes.size(), 15u);
+    EXPECT_EQ(device.bytes().size(), 15u);
     device.rewind();
     IMAGE copy(3, 3);
     ASSERT_TRUE(copy.get_from_data_device(&device));
@@ -105,7 +105,7 @@ TEST(IMAGE_STREAM, wrong_magic_or_version_leaves_the_image)
     expect_witness(image);
 
     MEMORY_DEVICE other;
-    other.bytes.assign(30, 'x');
+    other.bytes().assign(30, 'x');
     EXPECT_FALSE(image.get_from_data_device(&other));
     expect_witness(image);
 }
@@ -157,7 +157,7 @@ TEST(IMAGE_STREAM, truncated_stream_on_a_device_that_cannot_seek)
     EXPECT_EQ(last_error_code(), ERROR_READ);
 
     MEMORY_DEVICE header_only;
-    header_only.bytes.assign({ 'o', 'r', 'l', 'u' });
+    header_only.bytes().assign({ 'o', 'r', 'l', 'u' });
     EXPECT_FALSE(image.get_from_data_device(&header_only));
 }
 

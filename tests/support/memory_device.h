@@ -21,6 +21,8 @@ public:
     INT_U32 tell() override { return static_cast<INT_U32>(m_position); }
     bool seek(INT_U32 offset, bool from_end) override
     {
+        if (!seekable)
+            return false;
         size_t target = from_end ? m_bytes.size() + offset : offset;
         if (target > m_bytes.size())
             return false;
@@ -50,6 +52,9 @@ public:
     }
 
     const std::vector<unsigned char>& bytes() const { return m_bytes; }
+    std::vector<unsigned char>& bytes() { return m_bytes; }
+    // Cleared, the device refuses to seek, like a pipe.
+    bool seekable { true };
     void rewind() { m_position = 0; }
 
 private:
