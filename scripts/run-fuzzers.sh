@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs every built fuzz target for a fixed number of runs over its seed corpus.
 #   scripts/run-fuzzers.sh [runs] [extra libFuzzer options...]
-# Targets are build-fuzz/fuzz/fuzz_<reader>; the seeds are tests/fuzz/corpus/<reader>/. Each
+# Targets are build-fuzz/fuzz/fuzz_<reader>; the seeds are tests/fuzz/corpus/<reader>/, and
+# tests/fuzz/<reader>.dict, when present, is the target's dictionary. Each
 # target works on a copy of its corpus in a temporary folder, so the committed seeds never change.
 # A crash leaves its input in build-fuzz/fuzz-artifacts/. Exits non-zero if any target fails.
 set -uo pipefail
@@ -31,10 +32,12 @@ for target in $targets; do
     else
         echo "warning: no seed corpus for $name" >&2
     fi
+    dictionary=()
+    [ -f "$top/tests/fuzz/$reader.dict" ] && dictionary=(-dict="$top/tests/fuzz/$reader.dict")
     echo "=== $name: $runs runs"
     if ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1} UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1} \
         "$target" -runs="$runs" -timeout=20 -rss_limit_mb=2048 -artifact_prefix="$artifacts/$name-" \
-        "$@" "$corpus" >"$work/$name.log" 2>&1; then
+        "${dictionary[@]}" "$@" "$corpus" >"$work/$name.log" 2>&1; then
         tail -n 1 "$work/$name.log"
     else
         echo "FAILED: $name (log follows)" >&2

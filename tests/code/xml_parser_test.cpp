@@ -1,10 +1,13 @@
 #include "xml_parser.h"
 
+#include "orlu_string.h"
+
 #include "memory_device.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -95,6 +98,19 @@ TEST(XML_UTF8, cut_sequences_and_small_buffers_stay_inside_bounds)
     EXPECT_STREQ(out, "abcdefg");
     EXPECT_EQ(utf8_convert(nullptr, 4, out, sizeof out), 0);
     EXPECT_STREQ(out, "");
+}
+
+TEST(XML_UTF8, shared_text_and_string_forms)
+{
+    EXPECT_STREQ(utf8_to_text("caf\xC3\xA9 \xE2\x82\xAC", -1), "caf\xE9 \x01,20AC");
+    EXPECT_STREQ(utf8_to_text(nullptr, 3), "");
+    // The shared form stops at 32767 input bytes.
+    std::string long_text(40000, 'a');
+    EXPECT_EQ(strlen(utf8_to_text(long_text.data(), static_cast<INT_S32>(long_text.size()))), 32767u);
+
+    ORLU_STRING string("old");
+    ASSERT_TRUE(utf8_to_string("\xC4\x80", 2, &string));
+    EXPECT_STREQ(string.c_str(), "\x01,0100");
 }
 
 TEST(XML_PARSER, handlers_see_converted_names_attributes_and_text)
