@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "application_frame.h"
+#include "font.h"
 #include "framework_options.h"
 #include "host.h"
 #include "system_info.h"
@@ -45,6 +46,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     environment = envp;
     arguments = argv;
     install_signal_handlers();
+    start_font_system();
 
     int app_argc = 0;
     char** app_argv = nullptr;
@@ -64,6 +66,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     }
 
     application_shutdown();
+    stop_font_system();
     host_end_of_run();
     filter_arguments(0, nullptr, nullptr, nullptr);
 
