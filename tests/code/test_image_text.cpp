@@ -192,8 +192,9 @@ TEST_F(IMAGE_TEXT, drawing_stays_inside_the_clip_and_stops_at_the_right_edge)
     image.draw_text(-15, 0, COLOUR_WHITE, COLOUR_RED, COLOUR_GREEN, SANS, SIZE, SIZE, long_text.c_str());
     for (INT_S32 y = 0; y < image.height; y++) {
         for (INT_S32 x = 0; x < image.width; x++) {
-            if (x < 10 || x > 30 || y < 5 || y > 25)
+            if (x < 10 || x > 30 || y < 5 || y > 25) {
                 EXPECT_EQ(image.at(x, y), OPAQUE_BLACK) << x << "," << y;
+            }
         }
     }
     EXPECT_GT(changed_pixels(image, OPAQUE_BLACK), 0);
