@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "colour.h"
+#include "folder.h"
 #include "font.h"
 #include "image.h"
 
@@ -64,7 +65,8 @@ int main(int argc, char** argv)
 
     disable_font_autoload();
     start_font_system();
-    if (load_font("BabelSans.ttf", nullptr, FONT, folder) != FONT) {
+    FOLDER font_folder;
+    if (!font_folder.set_raw(folder) || load_font("BabelSans.ttf", nullptr, FONT, &font_folder) != FONT) {
         fprintf(stderr, "cannot load BabelSans.ttf from %s\n", folder);
         return 1;
     }

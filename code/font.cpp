@@ -1,7 +1,6 @@
 // The font table over FreeType, the glyph cache, the markup walker and the block layout.
 //
 // [SECTION] Built-in list and table state
-// [SECTION] Font folder
 // [SECTION] Start and stop
 // [SECTION] Loading and unloading
 // [SECTION] Glyphs
@@ -14,16 +13,14 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "application_frame.h"
 #include "debug_stream.h"
 #include "error_report.h"
+#include "folder.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Built-in list and table state
@@ -70,9 +67,6 @@ INT_S16 table_length = 0;
 // The table cannot hold more slots than its INT_S16 length can count.
 constexpr INT_S32 MAX_TABLE_LENGTH = 32767;
 
-char chosen_folder[ORLU_MAX_PATH] = "";
-char searched_folder[ORLU_MAX_PATH] = "";
-
 } // namespace
 
 bool autoload_fonts = true;
@@ -80,59 +74,6 @@ bool autoload_fonts = true;
 void disable_font_autoload()
 {
     autoload_fonts = false;
-}
-
-// ---------------------------------------------------------------------------------------------
-// [SECTION] Font folder
-// ---------------------------------------------------------------------------------------------
-
-namespace {
-
-bool is_folder(const char* path)
-{
-    struct stat info;
-    return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-// The fonts lie beside the program or in a "data" folder next to it or next to one of its
-// parents, the way a data set or a source tree lays them out.
-void search_font_folder()
-{
-    char level[ORLU_MAX_PATH];
-    snprintf(level, sizeof level, "%s", own_folder_path[0] ? own_folder_path : ".");
-    for (;;) {
-        const char* candidates[] = { "fonts", "data/fonts" };
-        for (const char* candidate : candidates) {
-            char path[ORLU_MAX_PATH];
-            if (snprintf(path, sizeof path, "%s/%s", level, candidate) >= static_cast<int>(sizeof path))
-                continue;
-            if (is_folder(path)) {
-                snprintf(searched_folder, sizeof searched_folder, "%s", path);
-                return;
-            }
-        }
-        char* slash = strrchr(level, '/');
-        if (!slash || slash == level)
-            break;
-        *slash = 0;
-    }
-    snprintf(searched_folder, sizeof searched_folder, "%s", own_folder_path[0] ? own_folder_path : ".");
-}
-
-} // namespace
-
-void set_font_folder(const char* path)
-{
-    snprintf(chosen_folder, sizeof chosen_folder, "%s", path ? path : "");
-}
-
-const char* font_folder()
-{
-    if (chosen_folder[0])
-        return chosen_folder;
-    if (!searched_folder[0])
-        search_font_folder();
-    return searched_folder;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -200,8 +141,12 @@ void free_glyphs(FONT_RECORD* record)
 
 } // namespace
 
-INT_S16 load_font(const char* file_name, const char* display_name, INT_S16 number, const char* folder_path)
+INT_S16 load_font(const char* file_name, const char* display_name, INT_S16 number, const FOLDER* folder)
 {
+    if (!folder) {
+        FOLDER font_data("$FONTDATA");
+        return load_font(file_name, display_name, number, &font_data);
+    }
     if (!started || !file_name || !file_name[0])
         return -1;
     // The byte 255 arrives here as -1 or as 255, depending on the caller's type.
@@ -214,14 +159,13 @@ INT_S16 load_font(const char* file_name, const char* display_name, INT_S16 numbe
     if (number >= MAX_TABLE_LENGTH)
         return -1;
 
-    char path[ORLU_MAX_PATH];
-    const char* folder = folder_path ? folder_path : font_folder();
-    if (snprintf(path, sizeof path, "%s/%s", folder, file_name) >= static_cast<int>(sizeof path))
-        return -1;
-    FILE* probe = fopen(path, "rb");
+    FILE* probe = folder->open_stream(file_name, "rb");
     if (!probe)
         return -1;
     fclose(probe);
+    char path[ORLU_MAX_PATH];
+    if (snprintf(path, sizeof path, "%s", folder->path_text(file_name)) >= static_cast<int>(sizeof path))
+        return -1;
 
     if (number < table_length && table[number].face)
         return -1;

@@ -12,6 +12,8 @@
 // table need not see FreeType's headers.
 typedef struct FT_FaceRec_* FT_Face;
 
+class FOLDER;
+
 // ---------------------------------------------------------------------------------------------
 // The font table
 // ---------------------------------------------------------------------------------------------
@@ -59,10 +61,10 @@ void stop_font_system();
 //  - number -1 (or 255) takes the first free slot from 23 on;
 //  - numbers 0 to 22 accept only the file name of that row of the built-in list;
 //  - a file that does not exist or cannot be opened, and a slot that holds a face, give -1;
-//  - folder_path null means the font folder ($FONTDATA).
+//  - a null folder means $FONTDATA.
 // A file that exists but that FreeType cannot read is fatal 0x22; no memory for the table is
 // fatal 0x23. A null display name shows the file name.
-INT_S16 load_font(const char* file_name, const char* display_name, INT_S16 number, const char* folder_path);
+INT_S16 load_font(const char* file_name, const char* display_name, INT_S16 number, const FOLDER* folder);
 // Closes the face and frees its glyphs; -1 unloads every font. A free or unknown slot is ignored.
 void unload_font(INT_S16 number);
 [[nodiscard]] bool font_is_loaded(INT_S16 number);
@@ -73,12 +75,6 @@ void unload_font(INT_S16 number);
 // Texts of the built-in list; null outside 0 to 22.
 [[nodiscard]] const char* font_display_name(INT_S16 number);
 [[nodiscard]] const char* font_file_name(INT_S16 number);
-
-// Where load_font looks when it is given no folder. Until set it is the first of
-// "fonts" and "data/fonts" beside the program and then beside each of its parent folders,
-// else the program folder. A null path returns to that search.
-void set_font_folder(const char* path);
-[[nodiscard]] const char* font_folder();
 
 // The glyph of a character at a size, rendered on first use. Codes 0 to 255 come from the
 // font's cache; any other code is rendered into `temporary`, which the caller releases with

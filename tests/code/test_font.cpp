@@ -3,17 +3,34 @@
 // tests use the monospaced font, whose advance is one number for every character.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "fake_home.h"
+#include "folder.h"
 #include "font.h"
 #include "test_support.h"
 
 namespace {
 
 const std::string font_folder_path = ORLU_SOURCE_DIR "/samples/fonts";
+
+const FOLDER* samples_folder()
+{
+    static FOLDER folder;
+    folder.set_raw(font_folder_path.c_str());
+    return &folder;
+}
+
+const FOLDER* folder_at(const std::string& path)
+{
+    static FOLDER folder;
+    folder.set_raw(path.c_str());
+    return &folder;
+}
 const std::vector<std::string> console_only = { "PATH=/nonexistent", "DISPLAY=" };
 
 constexpr INT_S16 SANS = 10;     // the default font
@@ -26,8 +43,8 @@ protected:
     {
         disable_font_autoload();
         start_font_system();
-        ASSERT_EQ(load_font("BabelSans.ttf", nullptr, SANS, font_folder_path.c_str()), SANS);
-        ASSERT_EQ(load_font("zxspectr.ttf", nullptr, MONO, font_folder_path.c_str()), MONO);
+        ASSERT_EQ(load_font("BabelSans.ttf", nullptr, SANS, samples_folder()), SANS);
+        ASSERT_EQ(load_font("zxspectr.ttf", nullptr, MONO, samples_folder()), MONO);
         m_advance = measure_text(MONO, SIZE, SIZE, "a", -1, false);
         ASSERT_GT(m_advance, 0);
     }
@@ -74,9 +91,9 @@ using LINES = std::vector<std::string>;
 
 TEST_F(FONT_TEST, built_in_rows_accept_only_their_own_file)
 {
-    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, 5, font_folder_path.c_str()), -1);
+    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, 5, samples_folder()), -1);
     EXPECT_FALSE(font_is_loaded(5));
-    EXPECT_EQ(load_font("Achafsex.ttf", "Five", 5, font_folder_path.c_str()), 5);
+    EXPECT_EQ(load_font("Achafsex.ttf", "Five", 5, samples_folder()), 5);
     EXPECT_STREQ(font_record(5)->display_name, "Five");
     EXPECT_EQ(font_record(5)->grey_levels, 255);
 
@@ -93,18 +110,18 @@ TEST_F(FONT_TEST, free_slots_are_taken_from_23_on_and_reused)
     TEMP_FOLDER folder;
     ASSERT_TRUE(write_file(folder.file("extra.ttf"), read_file(path)));
 
-    EXPECT_EQ(load_font("extra.ttf", nullptr, -1, folder.path().c_str()), 23);
-    EXPECT_EQ(load_font("extra.ttf", "Second", 255, folder.path().c_str()), 24);
+    EXPECT_EQ(load_font("extra.ttf", nullptr, -1, folder_at(folder.path())), 23);
+    EXPECT_EQ(load_font("extra.ttf", "Second", 255, folder_at(folder.path())), 24);
     EXPECT_EQ(font_table_length(), 25);
     EXPECT_STREQ(font_record(23)->display_name, "extra.ttf");
     EXPECT_STREQ(font_record(24)->display_name, "Second");
 
     unload_font(23);
     EXPECT_FALSE(font_is_loaded(23));
-    EXPECT_EQ(load_font("extra.ttf", nullptr, -1, folder.path().c_str()), 23);
+    EXPECT_EQ(load_font("extra.ttf", nullptr, -1, folder_at(folder.path())), 23);
     // A slot that holds a face is not loaded over.
-    EXPECT_EQ(load_font("extra.ttf", nullptr, 24, folder.path().c_str()), -1);
-    EXPECT_EQ(load_font("extra.ttf", nullptr, 40, folder.path().c_str()), 40);
+    EXPECT_EQ(load_font("extra.ttf", nullptr, 24, folder_at(folder.path())), -1);
+    EXPECT_EQ(load_font("extra.ttf", nullptr, 40, folder_at(folder.path())), 40);
     EXPECT_EQ(font_table_length(), 41);
     EXPECT_FALSE(font_is_loaded(39));
     EXPECT_EQ(font_record(41), nullptr);
@@ -113,14 +130,15 @@ TEST_F(FONT_TEST, free_slots_are_taken_from_23_on_and_reused)
 TEST_F(FONT_TEST, long_display_names_are_cut_to_127_characters)
 {
     std::string name(300, 'n');
-    EXPECT_EQ(load_font("Achafont.ttf", name.c_str(), 3, font_folder_path.c_str()), 3);
+    EXPECT_EQ(load_font("Achafont.ttf", name.c_str(), 3, samples_folder()), 3);
     EXPECT_EQ(std::string(font_record(3)->display_name), name.substr(0, 127));
 }
 
 TEST_F(FONT_TEST, a_missing_file_leaves_the_slot_free_and_text_measures_by_bytes)
 {
-    EXPECT_EQ(load_font("absent.ttf", nullptr, 30, font_folder_path.c_str()), -1);
-    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, "/nonexistent"), -1);
+    EXPECT_EQ(load_font("absent.ttf", nullptr, 30, samples_folder()), -1);
+    TEMP_FOLDER empty;
+    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, folder_at(empty.path())), -1);
     EXPECT_FALSE(font_is_loaded(30));
     EXPECT_EQ(font_record(30), nullptr);
     EXPECT_EQ(measure_text(30, SIZE, SIZE, "abc\x01,0041\x01", -1, false), 10);
@@ -134,7 +152,7 @@ TEST_F(FONT_TEST, a_file_that_is_no_font_is_fatal_0x22)
     TEMP_FOLDER folder;
     ASSERT_TRUE(write_file(folder.file("broken.ttf"), "this is not a font file"));
     std::string path = folder.path();
-    RUN_RESULT run = run_in_child([&] { load_font("broken.ttf", nullptr, -1, path.c_str()); }, console_only);
+    RUN_RESULT run = run_in_child([&] { load_font("broken.ttf", nullptr, -1, folder_at(path)); }, console_only);
     EXPECT_EQ(run.status, 255);
     EXPECT_NE(run.output.find("ERROR: 0022:\nUnable to load font from disk"), std::string::npos) << run.output;
 }
@@ -149,7 +167,7 @@ TEST_F(FONT_TEST, a_truncated_font_fails_cleanly_when_loaded_or_when_drawn)
     std::string path = folder.path();
     RUN_RESULT run = run_in_child(
         [&] {
-            INT_S16 number = load_font("half.ttf", nullptr, -1, path.c_str());
+            INT_S16 number = load_font("half.ttf", nullptr, -1, folder_at(path));
             for (int code = 32; code < 256; code++)
                 find_glyph(number, static_cast<INT_U32>(code), SIZE, SIZE, nullptr);
         },
@@ -200,15 +218,18 @@ TEST_F(FONT_TEST, stop_unloads_everything_and_start_comes_back)
     EXPECT_FALSE(font_system_started());
     EXPECT_FALSE(font_is_loaded(SANS));
     EXPECT_EQ(font_table_length(), 0);
-    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, font_folder_path.c_str()), -1);
+    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, samples_folder()), -1);
     start_font_system();
-    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, font_folder_path.c_str()), SANS);
+    EXPECT_EQ(load_font("BabelSans.ttf", nullptr, SANS, samples_folder()), SANS);
 }
 
 TEST(FONT_SYSTEM, autoload_takes_every_built_in_font_from_the_font_folder)
 {
+    // $FONTDATA finds "data/fonts" beside the application's folder.
+    FAKE_HOME home("fonttest");
+    home.make("app/data");
+    ASSERT_EQ(symlink(font_folder_path.c_str(), (home.app + "/data/fonts").c_str()), 0);
     RUN_RESULT run = run_in_child([] {
-        set_font_folder(font_folder_path.c_str());
         start_font_system();
         for (INT_S16 number = 0; number < BUILT_IN_FONT_COUNT; number++) {
             if (!font_is_loaded(number) || strcmp(font_record(number)->display_name, font_display_name(number)) != 0)

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "colour.h"
+#include "folder.h"
 #include "font.h"
 #include "image.h"
 #include "test_support.h"
@@ -19,6 +20,13 @@
 namespace {
 
 const std::string font_folder_path = ORLU_SOURCE_DIR "/samples/fonts";
+
+const FOLDER* samples_folder()
+{
+    static FOLDER folder;
+    folder.set_raw(font_folder_path.c_str());
+    return &folder;
+}
 const std::string reference_folder = ORLU_SOURCE_DIR "/tests/data";
 constexpr INT_U8 SANS = 10;
 constexpr INT_U8 MONO = 18;
@@ -31,8 +39,8 @@ protected:
     {
         disable_font_autoload();
         start_font_system();
-        ASSERT_EQ(load_font("BabelSans.ttf", nullptr, SANS, font_folder_path.c_str()), SANS);
-        ASSERT_EQ(load_font("zxspectr.ttf", nullptr, MONO, font_folder_path.c_str()), MONO);
+        ASSERT_EQ(load_font("BabelSans.ttf", nullptr, SANS, samples_folder()), SANS);
+        ASSERT_EQ(load_font("zxspectr.ttf", nullptr, MONO, samples_folder()), MONO);
     }
     void TearDown() override { stop_font_system(); }
 };
