@@ -9,6 +9,7 @@
 
 #include "application_frame.h"
 #include "debug_stream.h"
+#include "font.h"
 #include "framework_options.h"
 #include "host.h"
 #include "system_info.h"
@@ -47,6 +48,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     environment = envp;
     arguments = argv;
     install_signal_handlers();
+    start_font_system();
 
     int app_argc = 0;
     char** app_argv = nullptr;
@@ -66,6 +68,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     }
 
     application_shutdown();
+    stop_font_system();
     host_end_of_run();
     filter_arguments(0, nullptr, nullptr, nullptr);
 

@@ -166,6 +166,38 @@ public:
     void tint(const COLOUR& colour);
     void greyscale();
 
+    // --- Text (code/image_text.cpp; fonts, markup and TEXT_ flags in include/font.h) -----------
+    // Font 255 means default_font; a width or height of 0xFFFF (-1) means default_font_width or
+    // default_font_height. count is in characters, -1 for all; wide_start begins in wide mode.
+    // An unloaded font, a size below 1 or an empty clip draws nothing.
+    //
+    // Width in pixels of the first count characters; for an unusable font, the text's length in
+    // bytes.
+    [[nodiscard]] INT_S32 text_width(INT_U8 font, INT_S16 font_width, INT_S16 font_height, const char* text,
+        INT_S32 count = -1, bool wide_start = false) const;
+    // One line in a cell of font_height rows whose top left is (x, y). Any colour may be
+    // invisible; an invisible background or underline is not drawn. flags: TEXT_SHADOW,
+    // TEXT_INSET, TEXT_CHISELED (the lowest bit set wins) and TEXT_REFLECT.
+    void draw_text(INT_S16 x, INT_S16 y, const COLOUR& colour, const COLOUR& background, const COLOUR& underline,
+        INT_U8 font, INT_S16 font_width, INT_S16 font_height, const char* text, INT_U8 flags = 0,
+        INT_S32 count = -1, bool wide_start = false);
+    // draw_text with flags 0 of a printf-style text, formatted into a 5120-byte buffer. Without an
+    // underline it is invisible; without a font the image's default font and size are used.
+    void draw_text_format(INT_S16 x, INT_S16 y, const COLOUR& colour, const COLOUR& background,
+        const COLOUR& underline, INT_U8 font, INT_S16 font_width, INT_S16 font_height, const char* format, ...)
+        __attribute__((format(printf, 10, 11)));
+    void draw_text_format(INT_S16 x, INT_S16 y, const COLOUR& colour, const COLOUR& background, INT_U8 font,
+        INT_S16 font_width, INT_S16 font_height, const char* format, ...) __attribute__((format(printf, 9, 10)));
+    void draw_text_format(INT_S16 x, INT_S16 y, const COLOUR& colour, const COLOUR& background,
+        const char* format, ...) __attribute__((format(printf, 6, 7)));
+    // Word-wrapped block inside the box: line feeds, breaks at blanks and behind "-", a hyphen in
+    // a word that is too long, "..." when the text does not fit. TEXT_TOP / TEXT_BOTTOM and
+    // TEXT_LEFT / TEXT_RIGHT place the lines, centred without them; the effect flags apply to
+    // every line. A box lower than one line still shows one.
+    void draw_text_box(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const COLOUR& colour,
+        const COLOUR& background, const COLOUR& underline, INT_U8 font, INT_S16 font_width, INT_S16 line_height,
+        const char* text, INT_U8 flags);
+
     // --- Stream form -------------------------------------------------------------------------
     // "orlurawimg", version 1, width and height as INT_U16, then the pixels row by row as
     // 0xAARRGGBB words, all in the device's byte order. A read answers false, with the last-error
@@ -228,6 +260,11 @@ private:
         bool blend);
     void draw_arc(INT_S32 corner, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2, INT_S32 radius,
         const COLOUR& colour);
+    // One pass of text: lightness 0 draws in the text colour, any other value moves the
+    // lightness of the pixels under the glyphs instead. reflection_gap -1 draws no reflection.
+    void draw_string(INT_S32 x, INT_S32 y, const COLOUR& colour, const COLOUR& background, const COLOUR& underline,
+        double lightness, INT_S16 font, INT_S16 font_width, INT_S16 font_height, const char* text, INT_S32 count,
+        bool wide_start, INT_S32 reflection_gap);
 };
 
 // ---------------------------------------------------------------------------------------------
