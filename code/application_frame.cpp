@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "application_frame.h"
+#include "data_file.h"
 #include "debug_stream.h"
 #include "font.h"
 #include "framework_options.h"
@@ -39,12 +40,22 @@ void find_own_location()
     snprintf(own_file_name, sizeof own_file_name, "%s", slash + 1);
 }
 
+// The executable stays open for the whole run: the application reads its appended data through
+// it. A failure leaves the handle null, which its users test.
+void open_own_file()
+{
+    FOLDER folder;
+    if (folder.set_raw(own_folder_path))
+        own_file = folder.open_data_file(own_file_name, FILE_READ, 0, false);
+}
+
 } // namespace
 
 int run_application_frame(int argc, char** argv, char** envp)
 {
     find_own_location();
     load_pending_debug_settings();
+    open_own_file();
     environment = envp;
     arguments = argv;
     install_signal_handlers();
@@ -71,6 +82,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     stop_font_system();
     host_end_of_run();
     filter_arguments(0, nullptr, nullptr, nullptr);
+    FOLDER::close_data_file(&own_file);
 
     // Deliberate: this keeps the two reserved entry points linked without ever calling them.
     if (milliseconds_now() == 0) {
