@@ -78,12 +78,22 @@ public:
     static INT_S16 default_grow_step;
     static INT_S32 default_initial_size;
 
+    // False on a failed allocation, or when a grow step of zero leaves no room; nothing changes.
     bool add(void* item);
+    // Grows the array to the first allocation size plus whole grow steps covering `size`, fills
+    // the new slots with `fill` and sets the count to `size`. An array already that large answers
+    // true and keeps its count. False on a failed allocation or when a zero step cannot reach it.
     bool set_size(INT_S32 size, void* fill);
+    // Both delete the item when the array owns it; false for an index outside the count.
+    // remove_fast moves the last item into the hole.
     bool remove_ordered(INT_S32 index);
     bool remove_fast(INT_S32 index);
+    // clear keeps the memory; free_all gives it back.
     void clear();
     void free_all();
+    // The compare gets two items (or the key and an item) and the context; its result is cut to
+    // 16 bits, so it must answer small numbers. Neither call is re-entrant. search answers the
+    // index of a match in a sorted array, or -1.
     void sort(ITEM_COMPARE compare, void* context);
     [[nodiscard]] INT_S32 search(const void* key, ITEM_COMPARE compare, void* context) const;
 
@@ -99,6 +109,8 @@ protected:
     virtual void delete_item(INT_S32 index);
 
 private:
+    bool resize_to(INT_S64 slots);
+
     void** m_items { nullptr };
     INT_S32 m_capacity { 0 };
     INT_S32 m_count { 0 };

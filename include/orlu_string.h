@@ -21,6 +21,9 @@ public:
 
     // The class-wide default for new strings' min_capacity.
     static INT_S32 default_min_capacity;
+    // Longest text get_from_data_device accepts; a longer declared length fails like a negative
+    // one, so a damaged file cannot ask for an unbounded allocation.
+    static constexpr INT_S32 max_stream_length = 64 * 1024 * 1024;
 
     // --- assign and append. A failed allocation in an assignment clears the string; in an append
     //     it keeps the old text.
@@ -48,6 +51,9 @@ public:
     bool remove_range(INT_S32 start, INT_S32 end);
     void insert(const char* text, INT_S32 position);
     bool replace_next(const char* old_text, const char* new_text, INT_S32* position);
+    // Makes the buffer at least `size` bytes (and min_capacity), keeping the text; a string that
+    // held no text holds the empty text afterwards. False on a negative size or a failed
+    // allocation, with the string unchanged.
     bool reserve(INT_S32 size);
     void clear();
     void trim_left();
@@ -68,7 +74,8 @@ public:
     INT_S32 encode_base64(const void* bytes, INT_S32 size);
     [[nodiscard]] INT_S32 decode_base64(void* buffer, INT_S32 size) const;
 
-    // --- clipboard (through the host; no effect without a display)
+    // --- clipboard (through the host). Without a display there is no clipboard: both answer
+    //     false and leave the string as it was.
     bool to_clipboard() const;
     bool from_clipboard();
 
@@ -77,6 +84,10 @@ public:
     [[nodiscard]] bool put_to_data_device(DATA_DEVICE* device) const override;
 
 private:
+    bool grow_to(INT_S32 needed);
+    void adopt(char* buffer, INT_S32 size);
+    [[nodiscard]] INT_S32 fresh_size(INT_S32 length) const;
+
     char* m_text { nullptr };
     INT_S32 m_capacity { 0 };
     INT_S32 m_min_capacity { 50 };
@@ -87,8 +98,9 @@ INT_S32 string_to_int(const char* text, INT_S32 fallback);
 INT_U32 string_to_uint(const char* text, INT_U32 fallback);
 FLOAT_64 string_to_double(const char* text, FLOAT_64 fallback);
 
-// Latin-1 to ASCII folding of one byte ("AE" for 198, "?" for an unknown high byte). Without a
-// buffer the result lies in a shared one.
+// Latin-1 to ASCII folding of one byte ("AE" for 198, "?" for an unknown high byte). A caller's
+// buffer must hold 4 bytes (the longest folding is "YSS"). Without a buffer the result lies in a
+// shared one, overwritten by the next call.
 const char* fold_char(INT_U8 byte, char* buffer);
 // Folds text into buffer, stopping when the length reaches size - 3.
 void fold_to_buffer(const char* text, char* buffer, INT_S32 size);
