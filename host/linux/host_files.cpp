@@ -1,0 +1,540 @@
+// The file system under FOLDER on Linux: default folders, path tests, file operations and
+// directory listings.
+//
+// [SECTION] Application name and folder
+// [SECTION] Default folders
+// [SECTION] The private temporary folder
+// [SECTION] Path tests and folders
+// [SECTION] Files
+// [SECTION] Listings
+// [SECTION] Streams
+
+#include "host_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <strings.h>
+
+#include "folder.h"
+#include "system_info.h"
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Application name and folder
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// The link to the running executable; false when it cannot be read.
+bool read_own_path(char* out)
+{
+    ssize_t length = readlink("/proc/self/exe", out, ORLU_MAX_PATH - 1);
+    if (length <= 0)
+        return false;
+    out[length] = 0;
+    return true;
+}
+
+} // namespace
+
+const char* host_application_name()
+{
+    static char name[ORLU_MAX_PATH];
+    static bool known = false;
+    if (known)
+        return name;
+    char own[ORLU_MAX_PATH];
+    const char* slash = read_own_path(own) ? strrchr(own, '/') : nullptr;
+    snprintf(name, sizeof name, "%s", slash && slash[1] ? slash + 1 : "ORLU Application");
+    known = true;
+    return name;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The private temporary folder
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+char made_temp_folder[ORLU_MAX_PATH];
+char remembered_candidate[ORLU_MAX_PATH];
+char remembered_temp[ORLU_MAX_PATH];
+
+// A folder that only this user can change: a real folder, not a link, owned by us and writable
+// by neither group nor others.
+bool is_private_folder(const char* path)
+{
+    struct stat info;
+    if (lstat(path, &info) != 0 || !S_ISDIR(info.st_mode))
+        return false;
+    return info.st_uid == geteuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+void remove_made_temp_folder()
+{
+    // Only an empty folder goes; whatever the run left behind stays for the user to see.
+    if (made_temp_folder[0])
+        rmdir(made_temp_folder);
+}
+
+// The candidate if it is private, or is made now as private; otherwise a fresh folder beside it.
+bool private_temp_folder(const char* candidate, bool create, char* out)
+{
+    if (remembered_candidate[0] && !strcmp(candidate, remembered_candidate) && is_private_folder(remembered_temp)) {
+        snprintf(out, ORLU_MAX_PATH, "%s", remembered_temp);
+        return true;
+    }
+    bool found = is_private_folder(candidate);
+    if (!found && create) {
+        struct stat info;
+        if (lstat(candidate, &info) != 0 && mkdir(candidate, 0700) == 0)
+            found = is_private_folder(candidate);
+    }
+    if (found) {
+        snprintf(out, ORLU_MAX_PATH, "%s", candidate);
+    } else {
+        // The name is taken by something we cannot trust: make our own beside it.
+        if (!create)
+            return false;
+        char pattern[ORLU_MAX_PATH];
+        if (snprintf(pattern, sizeof pattern, "%s-XXXXXX", candidate) >= ORLU_MAX_PATH || !mkdtemp(pattern))
+            return false;
+        snprintf(out, ORLU_MAX_PATH, "%s", pattern);
+        static bool cleanup_registered = false;
+        snprintf(made_temp_folder, sizeof made_temp_folder, "%s", pattern);
+        if (!cleanup_registered)
+            cleanup_registered = atexit(remove_made_temp_folder) == 0;
+    }
+    snprintf(remembered_candidate, sizeof remembered_candidate, "%s", candidate);
+    snprintf(remembered_temp, sizeof remembered_temp, "%s", out);
+    return true;
+}
+
+bool temp_default(FOLDER* folder, const char* name, bool create)
+{
+    char base[ORLU_MAX_PATH];
+    snprintf(base, sizeof base, "%s/tmp", home_directory());
+    if (!host_is_folder(base))
+        snprintf(base, sizeof base, "/tmp");
+    // One element only: the name must not lead anywhere but into the base.
+    char element[256];
+    snprintf(element, sizeof element, "%.255s", name);
+    for (char* c = element; *c; ++c) {
+        if (*c == '/')
+            *c = '-';
+    }
+    if (!element[0] || !strcmp(element, ".") || !strcmp(element, ".."))
+        return false;
+    char candidate[ORLU_MAX_PATH];
+    char chosen[ORLU_MAX_PATH];
+    if (snprintf(candidate, sizeof candidate, "%s/%s", base, element) >= ORLU_MAX_PATH)
+        return false;
+    return private_temp_folder(candidate, create, chosen) && folder->set_raw(chosen);
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Default folders
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// Makes "$HERE/<text>" from `base`, or nothing. The folder changes only on success.
+bool make_from(FOLDER* folder, const char* base, const char* text)
+{
+    FOLDER here;
+    FOLDER made;
+    if (!here.set_raw(base))
+        return false;
+    if (!made.set(text, true, &here))
+        return false;
+    *folder = made;
+    return true;
+}
+
+// The user finds saved files under Documents: a link there, named after the application, points
+// at the hidden preferences folder. Made once; from then on the hidden path is used.
+void link_into_documents(FOLDER* folder, const char* name)
+{
+    char documents[ORLU_MAX_PATH];
+    snprintf(documents, sizeof documents, "%s/Documents", home_directory());
+    if (!host_is_folder(documents))
+        return;
+    char element[256];
+    snprintf(element, sizeof element, "%.255s", name);
+    for (char* c = element; *c; ++c) {
+        if (*c == '/')
+            *c = '-';
+    }
+    char link_path[ORLU_MAX_PATH];
+    if (snprintf(link_path, sizeof link_path, "%s/%s", documents, element) >= ORLU_MAX_PATH)
+        return;
+    if (host_path_taken(link_path) || !host_make_link(folder->path(), link_path))
+        return;
+    (void)folder->set_raw(link_path);
+}
+
+} // namespace
+
+bool host_default_path(FOLDER* folder, INT_S32 kind, const char* name, bool create)
+{
+    if (!folder)
+        return false;
+    const char* app_name = name && name[0] ? name : host_application_name();
+    const char* home = home_directory();
+    char path[ORLU_MAX_PATH];
+    char text[ORLU_MAX_PATH];
+
+    switch (kind) {
+    case HOST_APP: {
+        char own[ORLU_MAX_PATH];
+        if (read_own_path(own)) {
+            char* slash = strrchr(own, '/');
+            if (slash == own)
+                own[1] = 0;
+            else if (slash)
+                *slash = 0;
+            if (folder->set_raw(own))
+                return true;
+        }
+        return folder->set_raw(home) || folder->set_raw("/");
+    }
+    case HOST_USER_APP:
+    case HOST_USER_DATA:
+    case HOST_USER_PREFS:
+    case HOST_USER_SAVES: {
+        static const char* const leaves[] = { "bin", "data", "custdata", "savedata" };
+        const char* leaf = leaves[kind - HOST_USER_APP];
+        if (snprintf(path, sizeof path, "%s/.%s/%s", home, app_name, leaf) >= ORLU_MAX_PATH
+            || snprintf(text, sizeof text, "$HERE/.%s/%s", app_name, leaf) >= ORLU_MAX_PATH)
+            return false;
+        bool ok = folder->set_raw(path) || (create && make_from(folder, home, text));
+        if (ok && kind == HOST_USER_PREFS)
+            link_into_documents(folder, app_name);
+        return ok;
+    }
+    case HOST_SYS_APP:
+    case HOST_SYS_DATA:
+    case HOST_SYS_PREFS: {
+        static const char* const leaves[] = { "bin", "data", "custdata" };
+        const char* leaf = leaves[kind - HOST_SYS_APP];
+        if (snprintf(path, sizeof path, "/opt/%s/%s", app_name, leaf) >= ORLU_MAX_PATH
+            || snprintf(text, sizeof text, "$HERE/%s/%s", app_name, leaf) >= ORLU_MAX_PATH)
+            return false;
+        if (folder->set_raw(path))
+            return true;
+        if (!create || !make_from(folder, "/opt", text))
+            return false;
+        // Shared data is written by every user of the machine.
+        if (kind == HOST_SYS_DATA)
+            (void)host_set_permissions(folder->path(), 0777);
+        return true;
+    }
+    case HOST_TEMP:
+        return temp_default(folder, app_name, create);
+    default:
+        return false;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Path tests and folders
+// ---------------------------------------------------------------------------------------------
+
+bool host_is_folder(const char* path)
+{
+    struct stat info;
+    return path && stat(path, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool host_is_link(const char* path)
+{
+    struct stat info;
+    return path && lstat(path, &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+bool host_path_taken(const char* path)
+{
+    struct stat info;
+    return path && lstat(path, &info) == 0;
+}
+
+bool host_file_opens(const char* path)
+{
+    FILE* file = path ? fopen(path, "rb") : nullptr;
+    if (!file)
+        return false;
+    fclose(file);
+    return true;
+}
+
+bool host_make_folder(const char* path, INT_U32 mode)
+{
+    return path && mkdir(path, static_cast<mode_t>(mode)) == 0;
+}
+
+bool host_remove_folder(const char* path)
+{
+    return path && rmdir(path) == 0;
+}
+
+bool host_make_link(const char* target, const char* link_path)
+{
+    return target && link_path && symlink(target, link_path) == 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Files
+// ---------------------------------------------------------------------------------------------
+
+FILE* host_open_stream(const char* path, const char* mode)
+{
+    if (!path || !path[0] || !mode || !mode[0])
+        return nullptr;
+    FILE* file = fopen(path, mode);
+    if (file || errno != ENOENT)
+        return file;
+    // Update modes make the file they are asked to update.
+    if (!strcmp(mode, "r+b"))
+        return fopen(path, "wb");
+    if (!strcmp(mode, "r+"))
+        return fopen(path, "w");
+    return nullptr;
+}
+
+bool host_create_exclusive(const char* path)
+{
+    if (!path)
+        return false;
+    int descriptor = open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        return false;
+    close(descriptor);
+    return true;
+}
+
+bool host_delete_file(const char* path)
+{
+    return path && remove(path) == 0;
+}
+
+bool host_rename_file(const char* from, const char* to)
+{
+    return from && to && rename(from, to) == 0;
+}
+
+namespace {
+
+bool write_all(int descriptor, const char* bytes, ssize_t size)
+{
+    while (size > 0) {
+        ssize_t done = write(descriptor, bytes, static_cast<size_t>(size));
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done <= 0)
+            return false;
+        bytes += done;
+        size -= done;
+    }
+    return true;
+}
+
+} // namespace
+
+bool host_copy_file(const char* from, const char* to)
+{
+    if (!from || !to)
+        return false;
+    int source = open(from, O_RDONLY | O_CLOEXEC);
+    if (source < 0)
+        return false;
+    struct stat source_info;
+    struct stat target_info;
+    if (fstat(source, &source_info) != 0 || S_ISDIR(source_info.st_mode)
+        || (stat(to, &target_info) == 0 && target_info.st_dev == source_info.st_dev && target_info.st_ino == source_info.st_ino)) {
+        close(source);
+        return false;
+    }
+    int target = open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, source_info.st_mode & 0777);
+    if (target < 0) {
+        close(source);
+        return false;
+    }
+    static char buffer[65536];
+    bool ok = true;
+    for (;;) {
+        ssize_t got = read(source, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            ok = false;
+        if (got <= 0)
+            break;
+        if (!write_all(target, buffer, got)) {
+            ok = false;
+            break;
+        }
+    }
+    close(source);
+    if (close(target) != 0)
+        ok = false;
+    return ok;
+}
+
+bool host_set_permissions(const char* path, INT_U32 mode)
+{
+    return path && chmod(path, static_cast<mode_t>(mode)) == 0;
+}
+
+bool host_file_info(const char* path, HOST_FILE_INFO* info)
+{
+    if (!path || !info)
+        return false;
+    *info = HOST_FILE_INFO();
+    struct stat link_info;
+    if (lstat(path, &link_info) != 0)
+        return false;
+    struct stat target;
+    // A dangling link is described as itself.
+    if (stat(path, &target) != 0)
+        target = link_info;
+    const char* slash = strrchr(path, '/');
+    const char* name = slash ? slash + 1 : path;
+    info->is_folder = S_ISDIR(target.st_mode);
+    info->is_link = S_ISLNK(link_info.st_mode);
+    info->hidden = name[0] == '.';
+    info->owner_read = target.st_mode & S_IRUSR;
+    info->owner_write = target.st_mode & S_IWUSR;
+    info->owner_execute = target.st_mode & S_IXUSR;
+    info->size = static_cast<INT_U32>(target.st_size);
+    info->modified = static_cast<INT_U32>(target.st_mtime);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Listings
+// ---------------------------------------------------------------------------------------------
+
+struct HOST_LISTING {
+    struct dirent** names { nullptr };
+    int count { 0 };
+    int next { 0 };
+};
+
+namespace {
+
+bool name_matches(const char* name, const char* pattern, INT_S32 match_mode)
+{
+    if (!pattern || !pattern[0])
+        return true;
+    switch (match_mode) {
+    case MATCH_GLOB_NO_CASE:
+        return fnmatch(pattern, name, FNM_CASEFOLD) == 0;
+    case MATCH_PREFIX:
+        return strncasecmp(name, pattern, strlen(pattern)) == 0;
+    default:
+        return fnmatch(pattern, name, 0) == 0;
+    }
+}
+
+int compare_no_case(const struct dirent** a, const struct dirent** b)
+{
+    int order = strcasecmp((*a)->d_name, (*b)->d_name);
+    return order ? order : strcmp((*a)->d_name, (*b)->d_name);
+}
+
+} // namespace
+
+HOST_LISTING* host_open_listing(const char* path, bool want_folders, INT_S32 sort, const char* pattern, INT_S32 match_mode)
+{
+    if (!path)
+        return nullptr;
+    struct dirent** names = nullptr;
+    int count = scandir(path, &names, nullptr, sort == SORT_NO_CASE ? compare_no_case : alphasort);
+    if (count < 0)
+        return nullptr;
+    // Keep the wanted entries at the front, in order.
+    int kept = 0;
+    for (int i = 0; i < count; ++i) {
+        const char* name = names[i]->d_name;
+        bool keep = strcmp(name, ".") && strcmp(name, "..") && name_matches(name, pattern, match_mode);
+        if (keep) {
+            char joined[ORLU_MAX_PATH];
+            struct stat info;
+            bool fits = snprintf(joined, sizeof joined, "%s/%s", path, name) < ORLU_MAX_PATH;
+            bool is_folder = fits && stat(joined, &info) == 0 && S_ISDIR(info.st_mode);
+            keep = fits && is_folder == want_folders;
+        }
+        if (keep)
+            names[kept++] = names[i];
+        else
+            free(names[i]);
+    }
+    if (sort == SORT_BYTES_REVERSED) {
+        for (int i = 0; i < kept / 2; ++i) {
+            struct dirent* held = names[i];
+            names[i] = names[kept - 1 - i];
+            names[kept - 1 - i] = held;
+        }
+    }
+    HOST_LISTING* listing = kept > 0 ? new (std::nothrow) HOST_LISTING : nullptr;
+    if (!listing) {
+        for (int i = 0; i < kept; ++i)
+            free(names[i]);
+        free(names);
+        return nullptr;
+    }
+    listing->names = names;
+    listing->count = kept;
+    return listing;
+}
+
+const char* host_next_entry(HOST_LISTING* listing)
+{
+    if (!listing || listing->next >= listing->count)
+        return nullptr;
+    return listing->names[listing->next++]->d_name;
+}
+
+void host_close_listing(HOST_LISTING* listing)
+{
+    if (!listing)
+        return;
+    for (int i = 0; i < listing->count; ++i)
+        free(listing->names[i]);
+    free(listing->names);
+    delete listing;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Streams
+// ---------------------------------------------------------------------------------------------
+
+int host_duplicate_descriptor(FILE* stream)
+{
+    if (!stream)
+        return -1;
+    return fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
+}
+
+void host_close_descriptor(int descriptor)
+{
+    if (descriptor >= 0)
+        close(descriptor);
+}
+
+bool host_read_at(FILE* stream, INT_U32 offset, void* buffer, INT_S32 size)
+{
+    if (!stream || !buffer || size < 0)
+        return false;
+    ssize_t got = pread(fileno(stream), buffer, static_cast<size_t>(size), static_cast<off_t>(offset));
+    return got == size;
+}
