@@ -66,7 +66,9 @@ extern bool fast_greyscale;
 extern bool fast_image_scaling;
 
 class BACK_BUFFER;
+class FOLDER;
 class IMAGE_CACHE_ENTRY;
+class TEXT_FILE;
 
 // The screen image that a null target or source stands for. The display layer registers it when
 // it opens the window and clears it when it closes; null when there is none.
@@ -206,6 +208,41 @@ public:
     // failure came after the pixels were allocated.
     [[nodiscard]] bool get_from_data_device(DATA_DEVICE* device) override;
     [[nodiscard]] bool put_to_data_device(DATA_DEVICE* device) const override;
+
+    // --- Files --------------------------------------------------------------------------------
+    // Readers answer false with the last-error slot set when the file is missing, is not of the
+    // format, is damaged or truncated, or declares a picture beyond the limits of image_files.h;
+    // the image then holds whatever the reader had sized it to. Writers answer false, with the
+    // slot set, when the device refuses bytes.
+
+    // Finds the picture `name` in the folder: by its own extension (png, pcx, jpg, raw), then
+    // with each of ".png", ".jpg", ".pcx" and ".raw" appended, then by content whatever it is
+    // called; a reader that fails hands on to the next candidate. Scales the result to width by
+    // height (-1 keeps a side). False when nothing is found or nothing found decodes.
+    [[nodiscard]] bool load(const FOLDER& folder, const char* name, INT_S16 new_width = -1, INT_S16 new_height = -1);
+    // The raw form in a file that carries its own byte-order byte.
+    [[nodiscard]] bool load_raw(const FOLDER& folder, const char* name);
+    // Palette and grey pictures are expanded to RGB.
+    [[nodiscard]] bool load_png(DATA_DEVICE* device);
+    [[nodiscard]] bool load_png(const FOLDER& folder, const char* name);
+    // Resampled while reading to width by height (nearest neighbour); a side below 1 keeps the
+    // file's. Every pixel is opaque.
+    [[nodiscard]] bool load_jpeg(DATA_DEVICE* device, INT_S16 new_width, INT_S16 new_height);
+    [[nodiscard]] bool load_jpeg(const FOLDER& folder, const char* name, INT_S16 new_width, INT_S16 new_height);
+    // 8-bit PCX with its 256-colour palette; the palette colour (139, 154, 37) is transparent.
+    [[nodiscard]] bool load_pcx(DATA_DEVICE* device);
+    [[nodiscard]] bool load_pcx(const FOLDER& folder, const char* name);
+    // A compiled-in image array of `size` bytes: version, width and height big-endian, then
+    // blue, green, red, alpha per pixel. False for null, or an array shorter than it declares.
+    [[nodiscard]] bool load_array(const INT_U8* array, size_t size);
+    // 8-bit RGBA with the author and web address as text entries. False for an empty image.
+    [[nodiscard]] bool save_png(DATA_DEVICE* device) const;
+    // Quality 0 to 100 (otherwise false). An empty image writes nothing and answers true.
+    [[nodiscard]] bool save_jpeg(DATA_DEVICE* device, INT_S32 quality, bool progressive) const;
+    // Up to 255 colours (later new colours become the first); alpha is lost. False when empty.
+    [[nodiscard]] bool save_pcx(DATA_DEVICE* device) const;
+    // The image as source text of a compiled-in image array named `array_name`.
+    [[nodiscard]] bool save_source(TEXT_FILE* file, const char* array_name) const;
 
     // --- Fields ------------------------------------------------------------------------------
     // Public like the rest of the framework's records: the display, the fonts and the cache work
