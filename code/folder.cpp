@@ -997,6 +997,22 @@ INT_S32 define_variable(const char* name, const FOLDER* folder)
     return custom_variables().count() - 1;
 }
 
+bool is_known_variable(const char* name)
+{
+    if (!name || name[0] != '$')
+        return false;
+    if (find_custom_variable(name) >= 0)
+        return true;
+    static const char* const builtin[] = { "APP", "BASE", "APPDATA", "INSTDATA", "HERE", "USERAPP", "USERDATA",
+        "USERPREFS", "USERSAVES", "SYSAPP", "SYSDATA", "SYSPREFS", "DATA", "TEMP", "FONTDATA", "ICONDATA" };
+    const char* bare = name + 1;
+    for (const char* known : builtin) {
+        if (!strcasecmp(bare, known))
+            return true;
+    }
+    return !strncasecmp(bare, "ROOT", 4);
+}
+
 bool undefine_variable(const char* name)
 {
     INT_S32 index = find_custom_variable(name);

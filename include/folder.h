@@ -238,6 +238,9 @@ bool get_icon_path(FOLDER* folder);
 INT_S32 define_variable(const char* name, const FOLDER* folder);
 // False when there is no such variable.
 bool undefine_variable(const char* name);
+// True when `name` ("$APP", "$root2", a custom name) is a variable that FOLDER::set accepts
+// without ending the process; for checking texts that come from files before they are set.
+bool is_known_variable(const char* name);
 
 // A plain path text built without walking the disk: from "$APP", a "$" element restarts at that
 // variable, ".." strips one element, others are appended; then `file_name` if given. Shared

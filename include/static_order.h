@@ -3,7 +3,13 @@
 // the linker. Destruction runs in the reverse order.
 #pragma once
 
+// The image store over the cache comes first and goes last: every holder of skin images may
+// still release into it while being destroyed.
+#define ORLU_INIT_IMAGE_STORE __attribute__((init_priority(900)))
 #define ORLU_INIT_DATABASE __attribute__((init_priority(1000)))
 #define ORLU_INIT_APPLICATION __attribute__((init_priority(1100)))
 #define ORLU_INIT_TOOLKIT __attribute__((init_priority(1200)))
 #define ORLU_INIT_DEBUG_STREAMS __attribute__((init_priority(1300)))
+// Built after every ordered group and before the unordered globals (the image cache among them),
+// so it is destroyed after the cache and before the groups above: it marks the cache as gone.
+#define ORLU_INIT_CACHE_GUARD __attribute__((init_priority(1400)))
