@@ -19,11 +19,12 @@
 #include <string>
 
 #include "data_file.h"
-#include "database.h"
+#include "installer/database.h"
 #include "folder.h"
 #include "font.h"
+#include "host.h"
 #include "host_files.h"
-#include "installer_options.h"
+#include "installer/installer_options.h"
 #include "orlu_string.h"
 #include "xml_parser.h"
 
