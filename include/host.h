@@ -16,6 +16,8 @@ void show_system_message(const char* title, const char* text);
 // Leaves any changed display mode, closes the display and the input devices, prints
 // "\nError, unable to continue...\n\n%s\n\n" when text is not null, and exits with status -1.
 [[noreturn]] void host_shutdown(const char* text);
+// The same shutdown, silent, ending the process with the given status.
+[[noreturn]] void host_exit(INT_S32 status);
 
 // Milliseconds of process clock: times() scaled by the clock tick.
 INT_U32 milliseconds_now();
