@@ -16,32 +16,21 @@ namespace {
 struct FLAG_KEY {
     const char* key;
     INT_U16 bit;
+    bool read_back;
 };
 
-// The keys in the order they are read; "trigger_breakpoint" is written but never read back.
-const FLAG_KEY read_keys[] = {
-    { "write_to_console", DEBUG_TO_CONSOLE },
-    { "write_to_popup_dialog", DEBUG_TO_POPUP },
-    { "write_to_file", DEBUG_TO_FILE },
-    { "truncate_file_on_first_write", DEBUG_TRUNCATE_ON_FIRST_WRITE },
-    { "keep_file_open", DEBUG_KEEP_FILE_OPEN },
-    { "write_file_header", DEBUG_WRITE_FILE_HEADER },
-    { "write_stream_name", DEBUG_WRITE_STREAM_NAME },
-    { "write_code_location", DEBUG_WRITE_CODE_LOCATION },
-    { "file_rolling_backup", DEBUG_FILE_ROLLING_BACKUP },
-};
-
-const FLAG_KEY written_keys[] = {
-    { "write_to_console", DEBUG_TO_CONSOLE },
-    { "write_to_popup_dialog", DEBUG_TO_POPUP },
-    { "write_to_file", DEBUG_TO_FILE },
-    { "truncate_file_on_first_write", DEBUG_TRUNCATE_ON_FIRST_WRITE },
-    { "keep_file_open", DEBUG_KEEP_FILE_OPEN },
-    { "write_file_header", DEBUG_WRITE_FILE_HEADER },
-    { "write_stream_name", DEBUG_WRITE_STREAM_NAME },
-    { "write_code_location", DEBUG_WRITE_CODE_LOCATION },
-    { "trigger_breakpoint", DEBUG_TRIGGER_BREAKPOINT },
-    { "file_rolling_backup", DEBUG_FILE_ROLLING_BACKUP },
+// The keys in the order they are written; "trigger_breakpoint" is written but never read back.
+const FLAG_KEY flag_keys[] = {
+    { "write_to_console", DEBUG_TO_CONSOLE, true },
+    { "write_to_popup_dialog", DEBUG_TO_POPUP, true },
+    { "write_to_file", DEBUG_TO_FILE, true },
+    { "truncate_file_on_first_write", DEBUG_TRUNCATE_ON_FIRST_WRITE, true },
+    { "keep_file_open", DEBUG_KEEP_FILE_OPEN, true },
+    { "write_file_header", DEBUG_WRITE_FILE_HEADER, true },
+    { "write_stream_name", DEBUG_WRITE_STREAM_NAME, true },
+    { "write_code_location", DEBUG_WRITE_CODE_LOCATION, true },
+    { "trigger_breakpoint", DEBUG_TRIGGER_BREAKPOINT, false },
+    { "file_rolling_backup", DEBUG_FILE_ROLLING_BACKUP, true },
 };
 
 // A settings file names the output file, but it may not send it out of the debug folder.
@@ -79,7 +68,9 @@ void DEBUG_STREAM::load_settings()
     config.read_int(folder, "disabled", &number, false);
     if (number)
         return;
-    for (const FLAG_KEY& key : read_keys) {
+    for (const FLAG_KEY& key : flag_keys) {
+        if (!key.read_back)
+            continue;
         number = 0;
         if (config.read_int(folder, key.key, &number, false) && number)
             m_flags |= key.bit;
@@ -100,7 +91,7 @@ bool DEBUG_STREAM::save_settings() const
     config.open(config_name, true);
     bool ok = config.write_text(folder, "filename", m_file_name);
     ok = ok && config.write_int(folder, "disabled", m_flags == 0, false);
-    for (const FLAG_KEY& key : written_keys)
+    for (const FLAG_KEY& key : flag_keys)
         ok = ok && config.write_int(folder, key.key, (m_flags & key.bit) != 0, false);
     ok = ok && config.write_int(folder, "file_rolling_limit", m_rolling_limit, false);
     return ok;

@@ -49,6 +49,11 @@ void exit_with_error(const char* text)
     host_shutdown(text);
 }
 
+void exit_with_status(INT_S32 status)
+{
+    host_exit(status);
+}
+
 void install_signal_handlers()
 {
     struct sigaction action;

@@ -710,79 +710,53 @@ bool PACKAGE::list_members(MEMBER_CALLBACK callback, void* context)
 // [SECTION] Members as devices
 // ---------------------------------------------------------------------------------------------
 
-namespace {
-
-// Reserves a private temporary name in $TEMP and fills it with the member when it exists.
-// False when the member is wanted for reading and is not there, or nothing could be made.
-bool prepare_member_file(PACKAGE* package, const FOLDER& temp, const char* member, bool reading,
-    char* temp_name, size_t size)
-{
-    if (reading && !package->has_member(member))
-        return false;
-    if (!temp.make_temp_name(temp_name, static_cast<INT_S32>(size), ".tmp"))
-        return false;
-    if (package->has_member(member) && !package->extract_file(temp, temp_name, member)) {
-        (void)temp.delete_file(temp_name);
-        return false;
-    }
-    return true;
-}
-
-} // namespace
-
-PACKAGE_DATA_FILE* PACKAGE::open_member_data(const char* member_name, INT_S32 mode, INT_U8 order_marker)
+// Reserves a private temporary name in $TEMP, fills it with the member when it exists, and opens
+// it as the caller's file. Null when the member is wanted for reading and is not there, or when
+// nothing could be made; a failed open leaves the member as it was.
+template <typename MEMBER_FILE, typename OPEN_FILE>
+MEMBER_FILE* PACKAGE::open_member(const char* member_name, INT_S32 mode, OPEN_FILE open_file)
 {
     if (!m_device || !member_name)
         return nullptr;
-    PACKAGE_DATA_FILE* file = new (std::nothrow) PACKAGE_DATA_FILE();
+    bool reading = mode == FILE_READ;
+    bool present = has_member(member_name);
+    if (reading && !present)
+        return nullptr;
+    MEMBER_FILE* file = new (std::nothrow) MEMBER_FILE();
     if (!file) {
         fail(ERROR_PACKAGE_MEMORY, nullptr);
         return nullptr;
     }
-    file->m_package = this;
-    snprintf(file->m_member_name, sizeof file->m_member_name, "%s", member_name);
-    file->m_read_only = mode == FILE_READ || m_read_only;
-    if (!prepare_member_file(this, file->m_temp_folder, member_name, mode == FILE_READ,
-            file->m_temp_name, sizeof file->m_temp_name)) {
-        file->m_temp_name[0] = 0;
-        file->m_read_only = true;
-        delete file;
+    PACKAGE_MEMBER_LINK& link = file->m_link;
+    link.package = this;
+    snprintf(link.member_name, sizeof link.member_name, "%s", member_name);
+    bool ready = link.temp_folder.make_temp_name(link.temp_name, sizeof link.temp_name, ".tmp");
+    if (!ready)
+        link.temp_name[0] = 0;
+    if (ready && present)
+        ready = extract_file(link.temp_folder, link.temp_name, member_name);
+    if (ready)
+        ready = open_file(file, link.temp_folder, link.temp_name);
+    if (!ready) {
+        delete file; // read_only is still set: nothing goes back into the package
         return nullptr;
     }
-    if (!file->open(file->m_temp_folder, file->m_temp_name, mode, order_marker, false)) {
-        // The object goes without re-adding anything: a failed open leaves the member as it was.
-        file->m_read_only = true;
-        delete file;
-        return nullptr;
-    }
+    link.read_only = reading || m_read_only;
     return file;
+}
+
+PACKAGE_DATA_FILE* PACKAGE::open_member_data(const char* member_name, INT_S32 mode, INT_U8 order_marker)
+{
+    return open_member<PACKAGE_DATA_FILE>(member_name, mode, [&](PACKAGE_DATA_FILE* file, const FOLDER& folder, const char* name) {
+        return file->open(folder, name, mode, order_marker, false);
+    });
 }
 
 PACKAGE_TEXT_FILE* PACKAGE::open_member_text(const char* member_name, INT_S32 mode, bool wide)
 {
-    if (!m_device || !member_name)
-        return nullptr;
-    PACKAGE_TEXT_FILE* file = new (std::nothrow) PACKAGE_TEXT_FILE();
-    if (!file) {
-        fail(ERROR_PACKAGE_MEMORY, nullptr);
-        return nullptr;
-    }
-    file->m_package = this;
-    snprintf(file->m_member_name, sizeof file->m_member_name, "%s", member_name);
-    file->m_read_only = mode == FILE_READ || m_read_only;
-    if (!prepare_member_file(this, file->m_temp_folder, member_name, mode == FILE_READ,
-            file->m_temp_name, sizeof file->m_temp_name)) {
-        file->m_temp_name[0] = 0;
-        file->m_read_only = true;
-        delete file;
-        return nullptr;
-    }
-    if (!file->open(file->m_temp_folder, file->m_temp_name, mode, wide)) {
-        file->m_read_only = true;
-        delete file;
-        return nullptr;
-    }
-    return file;
+    return open_member<PACKAGE_TEXT_FILE>(member_name, mode, [&](PACKAGE_TEXT_FILE* file, const FOLDER& folder, const char* name) {
+        return file->open(folder, name, mode, wide);
+    });
 }
 
 void PACKAGE::close_member_data(PACKAGE_DATA_FILE** file)
@@ -803,21 +777,23 @@ void PACKAGE::close_member_text(PACKAGE_TEXT_FILE** file)
     *file = nullptr;
 }
 
+void PACKAGE_MEMBER_LINK::finish()
+{
+    // A member opened for writing reaches the package only now.
+    if (package && !read_only && temp_name[0])
+        package->add_file(temp_folder, temp_name, member_name);
+    if (temp_name[0])
+        (void)temp_folder.delete_file(temp_name);
+}
+
 PACKAGE_DATA_FILE::~PACKAGE_DATA_FILE()
 {
     close();
-    // A member opened for writing reaches the package only now.
-    if (m_package && !m_read_only && m_temp_name[0])
-        m_package->add_file(m_temp_folder, m_temp_name, m_member_name);
-    if (m_temp_name[0])
-        (void)m_temp_folder.delete_file(m_temp_name);
+    m_link.finish();
 }
 
 PACKAGE_TEXT_FILE::~PACKAGE_TEXT_FILE()
 {
     close();
-    if (m_package && !m_read_only && m_temp_name[0])
-        m_package->add_file(m_temp_folder, m_temp_name, m_member_name);
-    if (m_temp_name[0])
-        (void)m_temp_folder.delete_file(m_temp_name);
+    m_link.finish();
 }

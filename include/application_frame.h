@@ -55,6 +55,9 @@ SHUTDOWN_REQUEST_HANDLER shutdown_request_handler();
 // "\nError, unable to continue...\n\n%s\n\n" when text is not null, and exits with status -1.
 // With a null text it is also the way out of an early, successful end of the run.
 [[noreturn]] void exit_with_error(const char* text);
+// Closes down as exit_with_error does, silently, and ends the process with `status`; for the
+// tools of the program whose callers read the status (the unattended install).
+[[noreturn]] void exit_with_status(INT_S32 status);
 
 // The signal side of the frame. The handler itself only records the signal; the rest (the trace
 // line, the application's handler) runs from the main loop through handle_pending_signals,

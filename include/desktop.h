@@ -20,8 +20,9 @@ bool remove_desktop_shortcut(const char* title);
 // Writes the menu file ("/usr/lib/menu/<id>.desktop", or "<home>/.menu/<id>.desktop" when that is
 // not writable), and registers the entry with xdg-desktop-menu when it is installed; then runs
 // update-menus. Answers false when no menu file could be written.
+// The arguments come in the order of add_desktop_shortcut, with the menu path behind the title.
 bool add_menu_entry(INT_U8 kind, const char* target, const char* arguments, const char* title,
-    const char* menu_path, const char* icon_folder, const char* icon_file, const char* target_folder);
+    const char* menu_path, const char* target_folder, const char* icon_file, const char* icon_folder);
 void remove_menu_entry(const char* title, const char* menu_path);
 
 // The command that opens a page, in a shared 2048-byte buffer (for showing or logging).

@@ -16,6 +16,8 @@ void show_system_message(const char* title, const char* text);
 // Leaves any changed display mode, closes the display and the input devices, prints
 // "\nError, unable to continue...\n\n%s\n\n" when text is not null, and exits with status -1.
 [[noreturn]] void host_shutdown(const char* text);
+// The same shutdown, silent, ending the process with the given status.
+[[noreturn]] void host_exit(INT_S32 status);
 
 // True when the standard stream (1 output, 2 error) is a terminal, so that tools show progress
 // lines only to a person watching.
@@ -38,3 +40,11 @@ void host_end_of_run();
 // is taken from the working folder. False when the folder part does not exist or the result
 // would not fit ORLU_MAX_PATH.
 bool host_split_user_path(const char* path, char* folder, size_t folder_size, char* name, size_t name_size);
+
+// The working folder of the process. False when it cannot be told or does not fit.
+bool host_working_folder(char* out, size_t size);
+
+// How long the event pump may sleep when nothing on screen changed: 50 milliseconds normally,
+// 0 while files are being installed so that the loop does not wait between them.
+void set_idle_wait(INT_S32 milliseconds);
+[[nodiscard]] INT_S32 idle_wait();

@@ -48,8 +48,21 @@ struct PACKAGE_ENTRY {
     PACKAGE_ENTRY* next { nullptr }; // cached list order
 };
 
-// A member opened as a data device: the member is extracted to a private temporary file, which
-// is the device; a member opened for writing goes back into the package when it is closed.
+// What ties a member opened as a file to its package: the member is extracted to a private
+// temporary file, which is what the caller reads and writes; a member opened for writing goes back
+// into the package when the file is closed.
+struct PACKAGE_MEMBER_LINK {
+    PACKAGE* package { nullptr };
+    FOLDER temp_folder { "$TEMP" };
+    char temp_name[256] {};
+    char member_name[256] {};
+    bool read_only { true };
+
+    // Puts a written member back and removes the temporary file.
+    void finish();
+};
+
+// A member opened as a data device.
 class PACKAGE_DATA_FILE : public DATA_FILE {
 public:
     ~PACKAGE_DATA_FILE() override;
@@ -57,12 +70,7 @@ public:
 private:
     friend class PACKAGE;
     PACKAGE_DATA_FILE() = default;
-
-    PACKAGE* m_package { nullptr };
-    FOLDER m_temp_folder { "$TEMP" };
-    char m_temp_name[256] {};
-    char m_member_name[256] {};
-    bool m_read_only { true };
+    PACKAGE_MEMBER_LINK m_link;
 };
 
 // The text twin of PACKAGE_DATA_FILE.
@@ -73,12 +81,7 @@ public:
 private:
     friend class PACKAGE;
     PACKAGE_TEXT_FILE() = default;
-
-    PACKAGE* m_package { nullptr };
-    FOLDER m_temp_folder { "$TEMP" };
-    char m_temp_name[256] {};
-    char m_member_name[256] {};
-    bool m_read_only { true };
+    PACKAGE_MEMBER_LINK m_link;
 };
 
 class PACKAGE {
@@ -126,6 +129,8 @@ public:
 
 private:
     bool fail(INT_U16 code, const char* detail);
+    template <typename MEMBER_FILE, typename OPEN_FILE>
+    MEMBER_FILE* open_member(const char* member_name, INT_S32 mode, OPEN_FILE open_file);
     bool open_existing(bool* existed);
     bool create_new(INT_U32 block_size);
     bool reopen_for_update();

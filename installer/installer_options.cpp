@@ -70,7 +70,43 @@ void print_installer_usage(const char* program)
     host_print("\t-p\t- Platform filter\n");
     host_print("\t-d\t- Diff files (used for patching)\n\n");
     host_print("\t-f\t- Force either 32bit or 64bit install\n\n");
+    host_print("Automatic mode (-a) also takes:\n");
+    host_print("\t-i folder\t- Install into this folder (default: the install type's own)\n");
+    host_print("\t-t type\t\t- Install type, by number from 1 or by name (default: the first)\n");
+    host_print("\t-u yes|no\t- Use system paths where the install type allows them (default: yes)\n");
+    host_print("\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n\n");
 }
+
+const char* const INSTALLER_OPTION_LETTERS = "havs:x:p:d:i:t:u:k:";
+
+namespace {
+
+// "yes" and "no" (and 1 and 0); -1 for anything else.
+INT_S8 yes_or_no(const char* word)
+{
+    if (strcasecmp(word, "yes") == 0 || strcmp(word, "1") == 0)
+        return 1;
+    if (strcasecmp(word, "no") == 0 || strcmp(word, "0") == 0)
+        return 0;
+    return -1;
+}
+
+bool set_shortcuts(const char* which, INSTALLER_OPTIONS* options)
+{
+    if (strcasecmp(which, "all") == 0)
+        options->desktop_shortcut = options->menu_shortcut = true;
+    else if (strcasecmp(which, "none") == 0)
+        options->desktop_shortcut = options->menu_shortcut = false;
+    else if (strcasecmp(which, "desktop") == 0)
+        options->desktop_shortcut = !(options->menu_shortcut = false);
+    else if (strcasecmp(which, "menu") == 0)
+        options->menu_shortcut = !(options->desktop_shortcut = false);
+    else
+        return false;
+    return true;
+}
+
+} // namespace
 
 void option_file_path(const char* argument, char* out, size_t size)
 {
@@ -85,7 +121,7 @@ void parse_installer_options(int argc, char** argv, INSTALLER_OPTIONS* options,
     option_report_errors = false;
     reset_option_scanner();
 
-    for (INT_S32 option; (option = get_option(argc, argv, "havs:x:p:d:")) != -1;) {
+    for (INT_S32 option; (option = get_option(argc, argv, INSTALLER_OPTION_LETTERS)) != -1;) {
         switch (option) {
         case 'a':
             options->automatic = true;
@@ -119,6 +155,27 @@ void parse_installer_options(int argc, char** argv, INSTALLER_OPTIONS* options,
                 options->platform_code = code;
             break;
         }
+        case 'i':
+            snprintf(options->install_folder, sizeof options->install_folder, "%s", option_argument);
+            break;
+        case 't':
+            snprintf(options->install_type, sizeof options->install_type, "%s", option_argument);
+            break;
+        case 'u':
+            options->system_paths = yes_or_no(option_argument);
+            if (options->system_paths < 0) {
+                host_printf("-u takes yes or no, not \"%s\"\n\n", option_argument);
+                print_installer_usage(program);
+                exit_with_error(nullptr);
+            }
+            break;
+        case 'k':
+            if (!set_shortcuts(option_argument, options)) {
+                host_printf("-k takes all, none, desktop or menu, not \"%s\"\n\n", option_argument);
+                print_installer_usage(program);
+                exit_with_error(nullptr);
+            }
+            break;
         case 'd':
             if (diff_files)
                 diff_files(option_argument);

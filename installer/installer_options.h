@@ -25,6 +25,13 @@ struct INSTALLER_OPTIONS {
     bool data_folder_given { false };
     char data_folder[ORLU_MAX_PATH] {};
     char config_file_name[ORLU_MAX_PATH] { "installer.xml" };
+
+    // For the unattended install (-a) only.
+    char install_folder[ORLU_MAX_PATH] {};  // -i: where to install; empty: the type's default
+    char install_type[256] {};              // -t: a number from 1 or a name; empty: the first
+    INT_S8 system_paths { -1 };             // -u yes|no; -1: the data set's default
+    bool desktop_shortcut { true };         // -k all|none|desktop|menu
+    bool menu_shortcut { true };
 };
 
 // The usage text, with the program name put into its first line.
@@ -36,6 +43,9 @@ void option_file_path(const char* argument, char* out, size_t size);
 // What the option loop asks the application to do with one option.
 typedef void (*SKIN_GENERATOR)(const char* path);
 typedef void (*PATCH_DIFFER)(const char* argument);
+
+// The option letters: those of every installer, and behind them those of the unattended install.
+extern const char* const INSTALLER_OPTION_LETTERS;
 
 // Reads the options in order. -h, -f and anything unknown print the usage and end the run;
 // -s and -d run their tool and end the run; the rest fill `options`.

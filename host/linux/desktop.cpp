@@ -243,7 +243,7 @@ void run_update_menus()
 } // namespace
 
 bool add_menu_entry(INT_U8 kind, const char* target, const char* arguments, const char* title,
-    const char* menu_path, const char* icon_folder, const char* icon_file, const char* target_folder)
+    const char* menu_path, const char* target_folder, const char* icon_file, const char* icon_folder)
 {
     char identifier[ORLU_MAX_PATH];
     menu_identifier(menu_path, title, identifier, sizeof identifier);

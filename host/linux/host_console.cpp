@@ -121,6 +121,14 @@ void host_shutdown(const char* text)
     exit(-1);
 }
 
+void host_exit(INT_S32 status)
+{
+    host_close_display();
+    host_close_input_devices();
+    fflush(stdout);
+    exit(status);
+}
+
 INT_U32 milliseconds_now()
 {
     struct tms buffer;

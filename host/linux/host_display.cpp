@@ -9,6 +9,13 @@ void host_release_grabs() {}
 
 #include "host.h"
 
+namespace {
+INT_S32 idle_milliseconds = 50;
+} // namespace
+
+void set_idle_wait(INT_S32 milliseconds) { idle_milliseconds = milliseconds < 0 ? 0 : milliseconds; }
+INT_S32 idle_wait() { return idle_milliseconds; }
+
 void host_pump_events() {}
 
 void host_end_of_run()

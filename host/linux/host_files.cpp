@@ -32,13 +32,20 @@
 
 namespace {
 
-// The link to the running executable; false when it cannot be read.
+// The link to the running executable; false when it cannot be read. The executable does not
+// move while it runs, and every folder starts from it, so the link is read once.
 bool read_own_path(char* out)
 {
-    ssize_t length = readlink("/proc/self/exe", out, ORLU_MAX_PATH - 1);
-    if (length <= 0)
-        return false;
-    out[length] = 0;
+    static char own[ORLU_MAX_PATH];
+    static bool known = false;
+    if (!known) {
+        ssize_t length = readlink("/proc/self/exe", own, ORLU_MAX_PATH - 1);
+        if (length <= 0)
+            return false;
+        own[length] = 0;
+        known = true;
+    }
+    memcpy(out, own, ORLU_MAX_PATH);
     return true;
 }
 

@@ -33,3 +33,8 @@ bool host_split_user_path(const char* path, char* folder, size_t folder_size, ch
     snprintf(name, name_size, "%s", leaf);
     return true;
 }
+
+bool host_working_folder(char* out, size_t size)
+{
+    return getcwd(out, size) != nullptr;
+}

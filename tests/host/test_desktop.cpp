@@ -100,7 +100,7 @@ TEST_F(DESKTOP, no_desktop_folder_means_no_shortcut)
 
 TEST_F(DESKTOP, menu_entry_writes_the_menu_file_and_registers_each_level)
 {
-    ASSERT_TRUE(add_menu_entry(SHORTCUT_PROGRAM, "run", "-q", "My App", "Games/Puzzles", "/opt/icons", "app.png", "/opt/app"));
+    ASSERT_TRUE(add_menu_entry(SHORTCUT_PROGRAM, "run", "-q", "My App", "Games/Puzzles", "/opt/app", "app.png", "/opt/icons"));
     std::string menu_file = menus + "/local.Games_Puzzles_My_App.desktop";
     EXPECT_EQ(read_file(menu_file),
         "?package(local.Games_Puzzles_My_App): command=\"'/opt/app/run' -q\" icon=\"/opt/icons/app.png\" "

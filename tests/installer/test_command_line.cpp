@@ -24,7 +24,12 @@ std::string usage_of(const std::string& program)
           "\t-x\t- XML File\n"
           "\t-p\t- Platform filter\n"
           "\t-d\t- Diff files (used for patching)\n\n"
-          "\t-f\t- Force either 32bit or 64bit install\n\n";
+          "\t-f\t- Force either 32bit or 64bit install\n\n"
+          "Automatic mode (-a) also takes:\n"
+          "\t-i folder\t- Install into this folder (default: the install type's own)\n"
+          "\t-t type\t\t- Install type, by number from 1 or by name (default: the first)\n"
+          "\t-u yes|no\t- Use system paths where the install type allows them (default: yes)\n"
+          "\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n\n";
 }
 
 std::string framework_usage_of(const std::string& program)
@@ -88,6 +93,15 @@ TEST(INSTALLER_COMMAND_LINE, help_and_anything_unknown_print_the_usage_and_exit_
         EXPECT_EQ(run.output, usage_of(installer_path())) << option;
         EXPECT_EQ(run.status, EARLY_EXIT) << option;
     }
+}
+
+TEST(INSTALLER_COMMAND_LINE, unattended_options_refuse_words_they_do_not_know)
+{
+    RUN_RESULT run = run_installer({ "-a", "-u", "maybe" });
+    EXPECT_EQ(run.output, "-u takes yes or no, not \"maybe\"\n\n" + usage_of(installer_path()));
+    EXPECT_EQ(run.status, EARLY_EXIT);
+    run = run_installer({ "-a", "-k", "some" });
+    EXPECT_EQ(run.output, "-k takes all, none, desktop or menu, not \"some\"\n\n" + usage_of(installer_path()));
 }
 
 TEST(INSTALLER_COMMAND_LINE, option_that_needs_a_value_and_has_none_prints_the_usage)

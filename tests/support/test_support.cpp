@@ -81,39 +81,10 @@ TEMP_FOLDER::~TEMP_FOLDER()
         remove_tree(m_path);
 }
 
-RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
-    const std::vector<std::string>& environment, const std::string& working_folder)
-{
-    int out_pipe[2], err_pipe[2];
-    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
-        return RUN_RESULT();
-    pid_t pid = fork();
-    if (pid == 0) {
-        int null_fd = open("/dev/null", O_RDONLY);
-        dup2(null_fd, STDIN_FILENO);
-        dup2(out_pipe[1], STDOUT_FILENO);
-        dup2(err_pipe[1], STDERR_FILENO);
-        close(out_pipe[0]);
-        close(err_pipe[0]);
-        for (const std::string& entry : environment)
-            putenv(strdup(entry.c_str()));
-        if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
-            _exit(126);
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(program.c_str()));
-        for (const std::string& argument : arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        execv(program.c_str(), argv.data());
-        _exit(127);
-    }
-    close(out_pipe[1]);
-    close(err_pipe[1]);
-    return collect(pid, out_pipe[0], err_pipe[0]);
-}
-
-
-RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment)
+// Forks a child with standard input from /dev/null, both outputs into pipes and the extra
+// environment entries; the child runs `body` and exits with 0 if it returns. The parent collects
+// what the child printed and its status.
+RUN_RESULT run_captured(const std::function<void()>& body, const std::vector<std::string>& environment)
 {
     int out_pipe[2], err_pipe[2];
     if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
@@ -137,6 +108,29 @@ RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std
     close(out_pipe[1]);
     close(err_pipe[1]);
     return collect(pid, out_pipe[0], err_pipe[0]);
+}
+
+RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
+    const std::vector<std::string>& environment, const std::string& working_folder)
+{
+    return run_captured(
+        [&] {
+            if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
+                _exit(126);
+            std::vector<char*> argv;
+            argv.push_back(const_cast<char*>(program.c_str()));
+            for (const std::string& argument : arguments)
+                argv.push_back(const_cast<char*>(argument.c_str()));
+            argv.push_back(nullptr);
+            execv(program.c_str(), argv.data());
+            _exit(127);
+        },
+        environment);
+}
+
+RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment)
+{
+    return run_captured(body, environment);
 }
 
 std::string make_recording_program(const TEMP_FOLDER& folder, const std::string& name,
