@@ -73,7 +73,7 @@ void print_installer_usage(const char* program)
     host_print("Automatic mode (-a) also takes:\n");
     host_print("\t-i folder\t- Install into this folder (default: the install type's own)\n");
     host_print("\t-t type\t\t- Install type, by number from 1 or by name (default: the first)\n");
-    host_print("\t-u yes|no\t- Use system paths where the install type allows them (default: yes)\n");
+    host_print("\t-u yes|no\t- Use system paths where the install type allows them (default: no)\n");
     host_print("\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n\n");
 }
 

@@ -29,7 +29,7 @@ struct INSTALLER_OPTIONS {
     // For the unattended install (-a) only.
     char install_folder[ORLU_MAX_PATH] {};  // -i: where to install; empty: the type's default
     char install_type[256] {};              // -t: a number from 1 or a name; empty: the first
-    INT_S8 system_paths { -1 };             // -u yes|no; -1: the data set's default
+    INT_S8 system_paths { 0 };              // -u yes|no; an unattended install stays out of system folders unless asked
     bool desktop_shortcut { true };         // -k all|none|desktop|menu
     bool menu_shortcut { true };
 };

@@ -28,7 +28,7 @@ std::string usage_of(const std::string& program)
           "Automatic mode (-a) also takes:\n"
           "\t-i folder\t- Install into this folder (default: the install type's own)\n"
           "\t-t type\t\t- Install type, by number from 1 or by name (default: the first)\n"
-          "\t-u yes|no\t- Use system paths where the install type allows them (default: yes)\n"
+          "\t-u yes|no\t- Use system paths where the install type allows them (default: no)\n"
           "\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n\n";
 }
 
@@ -122,7 +122,7 @@ TEST(INSTALLER_COMMAND_LINE, automatic_run_without_data_reports_and_exits)
 {
     RUN_RESULT run = run_installer({ "-a" });
     EXPECT_EQ(run.output, "Loading automatic pack...\nERROR: unable to load data\nDone\n");
-    EXPECT_EQ(run.status, EARLY_EXIT);
+    EXPECT_EQ(run.status, 1);
 }
 
 TEST(INSTALLER_COMMAND_LINE, interactive_run_without_data_shows_the_message_and_the_error)
