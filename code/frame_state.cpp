@@ -62,6 +62,8 @@ void install_signal_handlers()
     sigemptyset(&action.sa_mask);
     for (int signal_number : handled_signals)
         sigaction(signal_number, &action, nullptr);
+    // A file that reaches the size limit is a failed write to report, not a reason to die.
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 void handle_signal_now(int signal_number)

@@ -192,8 +192,12 @@ void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_REC
     install_status_text(destination, name, status, sizeof status);
     reporter->set_install_status(step_counter * 100 / step_total, status);
 
+    // The full path of the file; when its folder could not be made, the path it was meant for.
     char path[ORLU_MAX_PATH * 2];
-    snprintf(path, sizeof path, "%s", folder.path_text(name));
+    if (folder_ok || strncmp(destination, "$HERE", 5) != 0)
+        snprintf(path, sizeof path, "%s", folder.path_text(name));
+    else
+        snprintf(path, sizeof path, "%s%s", install_root().path(), status);
 
     INSTALL_RESULT result = INSTALL_INSTALLED;
     if (folder_ok) {

@@ -176,14 +176,16 @@ CONTENT compare_members(PACKAGE* first, PACKAGE* second, const char* first_name,
     return result;
 }
 
-bool load(DATABASE* database, const char* name)
+// "@" stands for "$", which a shell would take for itself.
+void path_variable_form(char* name)
+{
+    if (name[0] == '@')
+        name[0] = '$';
+}
+
+bool load(DATABASE* database, const char* given)
 {
     char text[ORLU_MAX_PATH];
-    // "@" stands for "$", which a shell would take for itself.
-    char given[ORLU_MAX_PATH];
-    snprintf(given, sizeof given, "%s", name);
-    if (given[0] == '@')
-        given[0] = '$';
     option_file_path(given, text, sizeof text);
     char* slash = strrchr(text, '/');
     const char* file_name = slash ? slash + 1 : text;
@@ -308,9 +310,11 @@ bool diff_data_sets(const char* argument)
         host_print("Second file was not supplied\n");
         return false;
     }
-    char first[ORLU_MAX_PATH];
+    char first[ORLU_MAX_PATH], second[ORLU_MAX_PATH];
     snprintf(first, sizeof first, "%.*s", static_cast<int>(equals - argument), argument);
-    const char* second = equals + 1;
+    snprintf(second, sizeof second, "%s", equals + 1);
+    path_variable_form(first);
+    path_variable_form(second);
 
     DATABASE* d1 = new (std::nothrow) DATABASE();
     DATABASE* d2 = new (std::nothrow) DATABASE();
