@@ -118,6 +118,23 @@ TEST(INSTALLER_COMMAND_LINE, options_act_in_order_so_help_after_others_still_exi
     EXPECT_EQ(run.status, EARLY_EXIT);
 }
 
+TEST(INSTALLER_COMMAND_LINE, verbose_prints_the_default_paths_each_time_it_is_given)
+{
+    RUN_RESULT once = run_installer({ "-v", "-h" });
+    std::vector<std::string> lines = lines_of(once.output);
+    ASSERT_GT(lines.size(), 15u);
+    const char* const variables[] = { "$APP", "$APPDATA", "$USERAPP", "$USERDATA", "$USERPREFS", "$SYSAPP", "$SYSDATA",
+        "$SYSPREFS", "$DATA", "$TEMP", "$ROOT0", "$ROOT1" };
+    for (size_t i = 0; i < sizeof variables / sizeof variables[0]; ++i)
+        EXPECT_EQ(lines[i].rfind(std::string(variables[i]) + " => /", 0), 0u) << lines[i];
+    EXPECT_EQ(once.output.substr(once.output.size() - usage_of(installer_path()).size()), usage_of(installer_path()));
+
+    RUN_RESULT twice = run_installer({ "-v", "-v", "-h" });
+    size_t first = twice.output.find("$APP => ");
+    ASSERT_NE(first, std::string::npos);
+    EXPECT_NE(twice.output.find("$APP => ", first + 1), std::string::npos);
+}
+
 TEST(INSTALLER_COMMAND_LINE, automatic_run_without_data_reports_and_exits)
 {
     RUN_RESULT run = run_installer({ "-a" });
