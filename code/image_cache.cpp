@@ -26,7 +26,14 @@ constexpr INT_U8 CACHE_STREAM_VERSION = 2;
 // Longest name the stream form may carry; a file name is far shorter.
 constexpr INT_S32 CACHE_MAX_NAME = ORLU_MAX_PATH;
 
-IMAGE_CACHE_ENTRY* entry_of_node(const LLIST_NODE* node) { return static_cast<IMAGE_CACHE_ENTRY*>(node->data); }
+// A PTRLLIST node holds a copy of the pointer it was given, not the pointer itself.
+IMAGE_CACHE_ENTRY* entry_of_node(const LLIST_NODE* node)
+{
+    void* pointer = nullptr;
+    if (node->data)
+        memcpy(&pointer, node->data, sizeof pointer);
+    return static_cast<IMAGE_CACHE_ENTRY*>(pointer);
+}
 
 char* copy_text(const char* text)
 {
@@ -38,6 +45,14 @@ char* copy_text(const char* text)
 }
 
 bool sizes_fit(INT_S16 wanted, INT_S16 held) { return wanted == -1 || wanted == held; }
+
+// Whether a holder must get its own copy before changing the picture: when others hold it, or
+// when it is the natural-size picture that later requests are scaled from. A modified picture is
+// already private (never handed out by name), so its holder may go on changing it in place.
+bool must_copy(const IMAGE_CACHE_ENTRY* entry)
+{
+    return entry->ref_count > 1 || (entry->at_natural_size() && !entry->modified);
+}
 
 } // namespace
 
@@ -271,7 +286,7 @@ void IMAGE_CACHE::resize(IMAGE** image, INT_S16 width, INT_S16 height, bool make
     }
 
     // 2. A picture others hold, or the natural-size one, is copied before it is scaled.
-    if (make_private || entry->ref_count > 1 || entry->at_natural_size()) {
+    if (make_private || must_copy(entry)) {
         IMAGE_CACHE_ENTRY* copy = copy_entry(entry);
         if (!copy)
             return;
@@ -297,7 +312,7 @@ bool IMAGE_CACHE::make_private(IMAGE** image)
     IMAGE_CACHE_ENTRY* entry = entry_of(*image);
     if (!entry)
         return false;
-    if (entry->ref_count > 1 || entry->at_natural_size()) {
+    if (must_copy(entry)) {
         IMAGE_CACHE_ENTRY* copy = copy_entry(entry);
         if (!copy)
             return false;
