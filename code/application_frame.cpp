@@ -13,6 +13,7 @@
 #include "font.h"
 #include "framework_options.h"
 #include "host.h"
+#include "stamp.h"
 #include "system_info.h"
 
 namespace {
@@ -49,6 +50,16 @@ void open_own_file()
         own_file = folder.open_data_file(own_file_name, FILE_READ, 0, false);
 }
 
+// The frame's copy of the stamp; a file without one keeps the unstamped record.
+void read_own_stamp()
+{
+    own_stamp = unstamped_record();
+    if (own_file && !read_stamp(own_file, &own_stamp))
+        own_stamp = unstamped_record();
+    if (own_file)
+        (void)own_file->seek(0, false);
+}
+
 } // namespace
 
 int run_application_frame(int argc, char** argv, char** envp)
@@ -56,6 +67,7 @@ int run_application_frame(int argc, char** argv, char** envp)
     find_own_location();
     load_pending_debug_settings();
     open_own_file();
+    read_own_stamp();
     environment = envp;
     arguments = argv;
     install_signal_handlers();

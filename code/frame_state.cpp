@@ -7,10 +7,12 @@
 #include "application_frame.h"
 #include "debug_stream.h"
 #include "host.h"
+#include "stamp.h"
 
 char own_folder_path[ORLU_MAX_PATH];
 char own_file_name[ORLU_MAX_PATH];
 DATA_FILE* own_file = nullptr;
+STAMP_RECORD own_stamp;
 volatile INT_U8 quit_requested = 0;
 char** environment = nullptr;
 char** arguments = nullptr;

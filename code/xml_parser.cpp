@@ -120,6 +120,13 @@ struct XML_PARSER_HOOKS {
             return;
         }
 
+        // A reader that measures every value itself takes the attributes as expat gave them.
+        if (parser->m_raw_attributes) {
+            char raw_name[XML_ATTRIBUTE_TEXT + 1];
+            utf8_convert(name, -1, raw_name, sizeof raw_name);
+            parser->start_element(raw_name, attributes);
+            return;
+        }
         // Local tables: the converted texts live on this frame for the handler's call only.
         char converted_name[XML_ATTRIBUTE_TEXT + 1];
         char converted[XML_CONVERTED_ATTRIBUTES * 2][XML_ATTRIBUTE_TEXT + 1];

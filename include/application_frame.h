@@ -66,6 +66,12 @@ void handle_signal_now(int signal_number);
 // Runs the frame from the process entry to its end; answers the process status.
 int run_application_frame(int argc, char** argv, char** envp);
 
-// The stamp record that the packer writes into the executable, found behind a fixed marker.
+// The stamp record that the packer writes into the executable, found behind a fixed marker
+// (stamp.h). The marker's 33 bytes are not zero-terminated, and `stamp_marker` points at them
+// inside the program's own stamp block, so that they occur once in the program.
 constexpr int STAMP_MARKER_SIZE = 33;
-extern const char stamp_marker[STAMP_MARKER_SIZE + 1];
+extern const char* const stamp_marker;
+// The frame's copy of the executable's stamp record, read at start-up; the unstamped record when
+// the file has none or could not be read.
+struct STAMP_RECORD;
+extern STAMP_RECORD own_stamp;

@@ -17,6 +17,10 @@ void show_system_message(const char* title, const char* text);
 // "\nError, unable to continue...\n\n%s\n\n" when text is not null, and exits with status -1.
 [[noreturn]] void host_shutdown(const char* text);
 
+// True when the standard stream (1 output, 2 error) is a terminal, so that tools show progress
+// lines only to a person watching.
+[[nodiscard]] bool host_is_terminal(INT_S32 stream);
+
 // Milliseconds of process clock: times() scaled by the clock tick.
 INT_U32 milliseconds_now();
 

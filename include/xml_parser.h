@@ -62,6 +62,10 @@ public:
 protected:
     // For handlers of subclasses: reports the message with the current line and stops the parse.
     void fail(const char* message, const char* context);
+    // With raw attributes set, start_element gets the attribute names and values as expat gave
+    // them, UTF-8 and of any length, for readers that must refuse a value rather than see it cut
+    // to XML_ATTRIBUTE_TEXT characters. Element names are converted as always.
+    void set_raw_attributes(bool raw) { m_raw_attributes = raw; }
 
 private:
     // The expat callbacks, which convert and forward to the handlers.
@@ -71,6 +75,7 @@ private:
     XML_ParserStruct* m_parser { nullptr };
     INT_S32 m_depth { 0 };
     bool m_stopped { false };
+    bool m_raw_attributes { false };
 };
 
 // The text report_error shows: "%s at line %d \n\n" then the context, 1023 characters at most.

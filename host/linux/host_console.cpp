@@ -144,3 +144,8 @@ const char* time_stamp_now()
         utc.tm_mday, months[utc.tm_mon], utc.tm_year + 1900, utc.tm_hour, utc.tm_min, utc.tm_sec);
     return buffer;
 }
+
+bool host_is_terminal(INT_S32 stream)
+{
+    return (stream == 1 || stream == 2) && isatty(stream) == 1;
+}

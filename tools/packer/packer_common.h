@@ -17,4 +17,7 @@ int packer_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
 bool packer_locate(const char* path, FOLDER* folder, char* name, size_t name_size);
 
 int run_pkg_command(int argc, char** argv);
+// "packer build CONFIG -o FILE" and "packer info FILE"; argv[0] is the command's name.
+int run_build_command(int argc, char** argv);
+int run_info_command(int argc, char** argv);
 void print_pkg_help();

@@ -1,0 +1,78 @@
+image_filename
+	bar
+image_path
+	$HERE
+shading_type
+	1
+fg_colour
+	#FF282C3C
+bg_colour
+	#FFEEEEEC
+fading_colour
+	#00000000
+highlight_colour
+	#00000000
+highlight_text_colour
+	#00000000
+active_colour
+	#FF3465A4
+active_text_colour
+	#00000000
+shading_base_colour
+	#00000000
+mouse_over_colour
+	#00000000
+mouse_over_text_colour
+	#00000000
+flashing_colour
+	#00000000
+flashing_text_colour
+	#00000000
+disabled_colour
+	#00000000
+disabled_text_colour
+	#00000000
+underline_colour
+	#00000000
+visible
+	1
+shading_flags
+	255
+font_id
+	10
+font_x_sz
+	12
+font_y_sz
+	12
+border_left_gap
+	2
+border_right_gap
+	2
+border_top_gap
+	2
+border_bottom_gap
+	2
+cell_left_gap
+	2
+cell_right_gap
+	2
+cell_top_gap
+	2
+cell_bottom_gap
+	2
+x_spacing
+	1
+y_spacing
+	1
+scrollbar_button_width
+	15
+scrollbar_slider_width
+	10
+grid_scrollbar_width
+	15
+grid_two_tone_value
+	20
+ssf_draw_border
+	1
+ssf_indent_border
+	1

@@ -1,0 +1,665 @@
+// "packer build": from an installer configuration to one finished installer file.
+//
+//   1. read the configuration into a DATABASE and a plan of the package;
+//   2. load the skin, the background and the splash;
+//   3. build the package (blocks of 1024): payload under packed names, language texts, fonts,
+//      then "database.bin";
+//   4. copy the client executable with its stamp filled in and append the data set: splash,
+//      cache size, compression flag, and the package in chunks.
+//
+// The same inputs give the same bytes: nothing depends on the clock unless SOURCE_DATE_EPOCH is
+// missing, and then the build time is the newest modification time of the inputs.
+//
+// [SECTION] Options and progress
+// [SECTION] The package
+// [SECTION] The finished file
+// [SECTION] The command
+
+#include <zlib.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "data_file.h"
+#include "error_report.h"
+#include "folder.h"
+#include "host.h"
+#include "host_files.h"
+#include "image_cache.h"
+#include "installer/data_set.h"
+#include "installer/database.h"
+#include "installer/installer_options.h"
+#include "installer_config.h"
+#include "package.h"
+#include "packer_common.h"
+#include "stamp.h"
+#include "wm_style_set.h"
+
+#if __has_include("installer/skin.h")
+#include "installer/skin.h"
+#define PACKER_HAS_SKIN_LOADER 1
+#endif
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Options and progress
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+struct BUILD_OPTIONS {
+    const char* config { nullptr };
+    const char* output { nullptr };
+    const char* client { nullptr };
+    const char* platform { "linux" };
+    INT_S32 level { 6 };
+    bool quiet { false };
+};
+
+// The progress line on a terminal: files and bytes done, and the rate. Redrawn at most ten times
+// a second; nothing at all when standard error is not a terminal or with --quiet.
+class PROGRESS {
+public:
+    explicit PROGRESS(bool quiet)
+        : m_show(!quiet && host_is_terminal(2))
+    {
+    }
+
+    void start(const char* phase, INT_U64 total_bytes, INT_U32 total_files)
+    {
+        m_phase = phase;
+        m_total = total_bytes;
+        m_files_total = total_files;
+        m_done = 0;
+        m_files = 0;
+        m_start = milliseconds_now();
+        m_last = 0;
+        draw(true);
+    }
+    void add_bytes(INT_U64 bytes)
+    {
+        m_done += bytes;
+        draw(false);
+    }
+    void add_file()
+    {
+        ++m_files;
+        draw(false);
+    }
+    void finish()
+    {
+        draw(true);
+        if (m_show)
+            fputc('\n', stderr);
+    }
+
+private:
+    void draw(bool now)
+    {
+        if (!m_show)
+            return;
+        INT_U32 time = milliseconds_now();
+        if (!now && time - m_last < 100)
+            return;
+        m_last = time;
+        double seconds = (time - m_start) / 1000.0;
+        double rate = seconds > 0 ? m_done / 1048576.0 / seconds : 0;
+        fprintf(stderr, "\r%-12s %u/%u files, %.1f/%.1f MiB, %.1f MiB/s   ", m_phase, m_files, m_files_total,
+            m_done / 1048576.0, m_total / 1048576.0, rate);
+        fflush(stderr);
+    }
+
+    bool m_show;
+    const char* m_phase { "" };
+    INT_U64 m_total { 0 };
+    INT_U64 m_done { 0 };
+    INT_U32 m_files { 0 };
+    INT_U32 m_files_total { 0 };
+    INT_U32 m_start { 0 };
+    INT_U32 m_last { 0 };
+};
+
+void print_build_help()
+{
+    printf("Usage: packer build CONFIG -o FILE [--client EXECUTABLE] [--platform NAME] [--level 0-9] [--quiet]\n\n"
+           "Makes a finished installer from an installer configuration.\n\n"
+           "  -o FILE              the installer to write\n"
+           "  --client EXECUTABLE  the run-time to put in front of the data, instead of the one that\n"
+           "                       the configuration's INSTALLER_CLIENT names for the platform\n"
+           "  --platform NAME      the target platform (linux)\n"
+           "  --level N            zlib compression level of the chunks (6)\n"
+           "  --quiet              no progress line\n\n"
+           "SOURCE_DATE_EPOCH, when set, is the build time written into the data; otherwise the\n"
+           "newest modification time of the inputs is.\n");
+}
+
+// "a/b/c" into folder "a/b" (absolute) and name "c".
+bool split_path(const std::string& path, FOLDER* folder, std::string* name)
+{
+    char folder_path[ORLU_MAX_PATH];
+    char leaf[256];
+    if (!host_split_user_path(path.c_str(), folder_path, sizeof folder_path, leaf, sizeof leaf)
+        || !folder->set_raw(folder_path))
+        return false;
+    *name = leaf;
+    return true;
+}
+
+INT_U64 file_size(const std::string& path)
+{
+    HOST_FILE_INFO info;
+    return host_file_info(path.c_str(), &info) ? info.size : 0;
+}
+
+// The build time: SOURCE_DATE_EPOCH, else the newest input. False for a SOURCE_DATE_EPOCH that
+// is not a number of seconds that fits the field.
+bool build_time(const PACK_PLAN& plan, INT_S32* time)
+{
+    const char* epoch = getenv("SOURCE_DATE_EPOCH");
+    if (epoch && epoch[0]) {
+        char* end = nullptr;
+        errno = 0;
+        long long value = strtoll(epoch, &end, 10);
+        if (errno || !end || *end || value < 0 || value > 0x7FFFFFFF) {
+            packer_error("SOURCE_DATE_EPOCH is \"%s\"; it must be seconds since 1970 up to 2147483647", epoch);
+            return false;
+        }
+        *time = static_cast<INT_S32>(value);
+        return true;
+    }
+    INT_U32 newest = 0;
+    for (const std::string& input : plan.inputs) {
+        HOST_FILE_INFO info;
+        if (host_file_info(input.c_str(), &info) && info.modified > newest)
+            newest = info.modified;
+    }
+    *time = static_cast<INT_S32>(newest > 0x7FFFFFFF ? 0x7FFFFFFF : newest);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The package
+// ---------------------------------------------------------------------------------------------
+
+struct ADD_PROGRESS {
+    PROGRESS* progress;
+    INT_U32 last;
+};
+
+void member_progress(PACKAGE*, INT_U32 done, INT_U32, void* context)
+{
+    ADD_PROGRESS* add = static_cast<ADD_PROGRESS*>(context);
+    add->progress->add_bytes(done - add->last);
+    add->last = done;
+}
+
+// The CRC-32 of a file's bytes, for the installation id derived from the inputs.
+bool file_crc(const std::string& path, uLong* crc)
+{
+    FOLDER folder;
+    std::string name;
+    if (!split_path(path, &folder, &name))
+        return false;
+    FILE* stream = folder.open_stream(name.c_str(), "rb");
+    if (!stream)
+        return false;
+    static unsigned char buffer[1 << 16];
+    size_t got = 0;
+    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0)
+        *crc = crc32(*crc, buffer, static_cast<uInt>(got));
+    bool ok = !ferror(stream);
+    fclose(stream);
+    return ok;
+}
+
+// Builds the package in `folder` under `name`. Answers false after reporting what failed.
+bool build_package(const FOLDER& folder, const char* name, DATABASE* database, const PACK_PLAN& plan, PROGRESS* progress)
+{
+    PACKAGE package(folder, name, true, 1024, true, false);
+    if (!package.is_open()) {
+        packer_error("cannot make the package: %s", last_error_text());
+        return false;
+    }
+    INT_U64 total = 0;
+    for (const PACK_MEMBER& member : plan.members)
+        total += file_size(member.path);
+    progress->start("packing", total, static_cast<INT_U32>(plan.members.size()));
+
+    // Without a configured id, the id is a CRC-32 of the configuration and of every member's name
+    // and bytes: the same inputs give the same id, and any change gives another.
+    uLong crc = crc32(0L, Z_NULL, 0);
+    if (!plan.installation_id_given && !file_crc(plan.inputs[0], &crc)) {
+        packer_error("cannot read '%s'", plan.inputs[0].c_str());
+        return false;
+    }
+    for (const PACK_MEMBER& member : plan.members) {
+        FOLDER source;
+        std::string file;
+        if (!split_path(member.path, &source, &file)) {
+            packer_error("%s:%d: cannot find the folder of '%s'", plan.config_path.c_str(), member.line,
+                member.path.c_str());
+            return false;
+        }
+        ADD_PROGRESS add { progress, 0 };
+        if (!package.add_file(source, file.c_str(), member.member.c_str(), false, member_progress, &add)) {
+            packer_error("%s:%d: cannot add '%s': %s", plan.config_path.c_str(), member.line, member.path.c_str(),
+                last_error_text());
+            return false;
+        }
+        INT_U64 size = 0;
+        if (!package.member_size(member.member.c_str(), &size) || size != file_size(member.path)) {
+            packer_error("%s:%d: '%s' changed or could not be read whole while it was packed",
+                plan.config_path.c_str(), member.line, member.path.c_str());
+            return false;
+        }
+        progress->add_bytes(size - add.last);
+        if (!plan.installation_id_given) {
+            crc = crc32(crc, reinterpret_cast<const Bytef*>(member.member.c_str()),
+                static_cast<uInt>(member.member.size() + 1));
+            if (!file_crc(member.path, &crc)) {
+                packer_error("cannot read '%s'", member.path.c_str());
+                return false;
+            }
+        }
+        progress->add_file();
+    }
+    progress->finish();
+    if (!plan.installation_id_given)
+        database->installation_id = static_cast<INT_U32>(crc);
+
+    PACKAGE_DATA_FILE* stream = package.open_member_data("database.bin", FILE_WRITE, ORDER_MARKER_IN_FILE);
+    if (!stream) {
+        packer_error("cannot make the member database.bin: %s", last_error_text());
+        return false;
+    }
+    bool written = database->put_to_data_device(stream) && stream->flush();
+    PACKAGE::close_member_data(&stream);
+    if (!written || !package.has_member("database.bin")) {
+        packer_error("cannot write the member database.bin");
+        return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The finished file
+// ---------------------------------------------------------------------------------------------
+
+// The output as a device: every byte goes to the file and into the running CRC-32 of the data
+// set. Numbers go out big-endian, the order that the file's first byte (0x7F) tells a reader.
+class OUTPUT_DEVICE : public DATA_DEVICE {
+public:
+    explicit OUTPUT_DEVICE(FILE* stream)
+        : m_stream(stream)
+    {
+        const INT_U16 probe = 1;
+        swap_bytes = *reinterpret_cast<const INT_U8*>(&probe) == 1;
+    }
+
+    INT_U32 tell() override { return static_cast<INT_U32>(m_count); }
+    bool seek(INT_U32, bool) override { return false; }
+    INT_S32 read(void*, INT_S32) override { return 0; }
+    INT_S32 write(const void* buffer, INT_S32 size) override
+    {
+        if (size <= 0)
+            return 0;
+        size_t put = fwrite(buffer, 1, static_cast<size_t>(size), m_stream);
+        m_crc = crc32(m_crc, static_cast<const Bytef*>(buffer), static_cast<uInt>(put));
+        m_count += put;
+        return static_cast<INT_S32>(put);
+    }
+
+    [[nodiscard]] INT_U32 crc() const { return static_cast<INT_U32>(m_crc); }
+    [[nodiscard]] INT_U64 count() const { return m_count; }
+
+private:
+    FILE* m_stream;
+    uLong m_crc { crc32(0L, Z_NULL, 0) };
+    INT_U64 m_count { 0 };
+};
+
+bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
+{
+    FOLDER folder;
+    std::string name;
+    if (!split_path(path, &folder, &name))
+        return false;
+    FILE* stream = folder.open_stream(name.c_str(), "rb");
+    if (!stream)
+        return false;
+    INT_U8 buffer[1 << 16];
+    size_t got = 0;
+    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0) {
+        // A client above 512 MiB is not a program of ours.
+        if (bytes->size() + got > (512u << 20)) {
+            fclose(stream);
+            return false;
+        }
+        bytes->insert(bytes->end(), buffer, buffer + got);
+    }
+    bool ok = !ferror(stream);
+    fclose(stream);
+    return ok;
+}
+
+// The largest input piece whose zlib stream is sure to fit `limit` bytes, whatever the data.
+uLong safe_piece(uLong limit)
+{
+    uLong piece = limit;
+    while (piece > 0 && compressBound(piece) > limit)
+        piece -= piece > 4096 ? (compressBound(piece) - limit) : 1;
+    return piece;
+}
+
+// Appends the package, without its byte-order byte, as chunks. Each compressed chunk inflates to
+// at most `cache` bytes and takes at most `cache` bytes itself, so the reader's buffers of that
+// size hold it; a piece that does not shrink enough is packed again from a shorter piece.
+bool write_chunks(OUTPUT_DEVICE* out, const FOLDER& folder, const char* name, INT_U32 cache, bool compressed,
+    INT_S32 level, PROGRESS* progress, std::vector<INT_U32>* chunk_sizes)
+{
+    FILE* stream = folder.open_stream(name, "rb");
+    if (!stream)
+        return false;
+    INT_U8 marker = 0;
+    bool ok = fread(&marker, 1, 1, stream) == 1 && marker == 0;
+    INT_U64 total = 0;
+    if (ok && fseek(stream, 0, SEEK_END) == 0) {
+        long end = ftell(stream);
+        total = end > 1 ? static_cast<INT_U64>(end - 1) : 0;
+        ok = fseek(stream, 1, SEEK_SET) == 0;
+    }
+    INT_U8* piece = new (std::nothrow) INT_U8[cache];
+    INT_U8* packed = compressed ? new (std::nothrow) INT_U8[compressBound(cache)] : nullptr;
+    ok = ok && piece && (!compressed || packed);
+    uLong safe = safe_piece(cache);
+    progress->start("compressing", total, 0);
+    size_t held = 0; // bytes of `piece` not yet written
+    bool at_end = false;
+    while (ok) {
+        if (!at_end && held < cache) {
+            size_t got = fread(piece + held, 1, cache - held, stream);
+            held += got;
+            at_end = got == 0 || feof(stream);
+            if (ferror(stream)) {
+                ok = false;
+                break;
+            }
+        }
+        if (held == 0)
+            break;
+        size_t take = held;
+        const INT_U8* bytes = piece;
+        uLongf size = static_cast<uLongf>(take);
+        if (compressed) {
+            size = compressBound(cache);
+            ok = compress2(packed, &size, piece, static_cast<uLong>(take), level) == Z_OK;
+            if (ok && size > cache) {
+                take = safe < held ? safe : held;
+                size = compressBound(cache);
+                ok = compress2(packed, &size, piece, static_cast<uLong>(take), level) == Z_OK && size <= cache;
+            }
+            bytes = packed;
+        }
+        ok = ok && device_write(out, static_cast<INT_S32>(size)) && device_write_bytes(out, bytes, static_cast<INT_S32>(size));
+        chunk_sizes->push_back(static_cast<INT_U32>(size));
+        memmove(piece, piece + take, held - take);
+        held -= take;
+        progress->add_bytes(take);
+    }
+    progress->finish();
+    delete[] piece;
+    delete[] packed;
+    fclose(stream);
+    return ok;
+}
+
+// The whole output: client with its stamp, data set, chunks. Written to a temporary name beside
+// the output and renamed at the end, so that a failed build leaves no half installer.
+bool write_installer(const BUILD_OPTIONS& options, const std::string& client_path, const DATABASE& database,
+    INT_U8 compress, const DATA_SET_SPLASH& splash, const FOLDER& package_folder, const char* package_name,
+    PROGRESS* progress)
+{
+    std::vector<INT_U8> client;
+    if (!read_whole(client_path, &client)) {
+        packer_error("cannot read the client '%s'", client_path.c_str());
+        return false;
+    }
+    size_t stamp_at = 0;
+    if (!find_stamp_in(client.data(), client.size(), &stamp_at)) {
+        packer_error("the client '%s' carries no stamp record", client_path.c_str());
+        return false;
+    }
+    if (client.size() > 0xFFFFFFFFu) {
+        packer_error("the client '%s' is too large", client_path.c_str());
+        return false;
+    }
+    STAMP_RECORD record;
+    stamp_record_from_bytes(client.data() + stamp_at, &record);
+    if (record.flags & STAMP_FLAG_DATA_SET) {
+        packer_error("the client '%s' is a finished installer already", client_path.c_str());
+        return false;
+    }
+
+    FOLDER folder;
+    std::string name;
+    if (!split_path(options.output, &folder, &name)) {
+        packer_error("cannot find the folder of '%s'", options.output);
+        return false;
+    }
+    std::string part = name + ".part";
+    FILE* stream = folder.open_stream(part.c_str(), "w+b");
+    if (!stream) {
+        packer_error("cannot write '%s'", options.output);
+        return false;
+    }
+    // The data set starts where the program ends; the run-time counts behind the first byte.
+    bool ok = fwrite(client.data(), 1, client.size(), stream) == client.size();
+    OUTPUT_DEVICE out(stream);
+    ok = ok && device_write(&out, splash.present);
+    if (ok && splash.present) {
+        ok = image_cache.put_to_data_device(&out) && splash.image.put_to_data_device(&out)
+            && device_write(&out, splash.bar_x) && device_write(&out, splash.bar_y)
+            && device_write(&out, splash.bar_width) && device_write(&out, splash.bar_height)
+            && splash.title.put_to_data_device(&out) && splash.bar_style.put_to_data_device(&out);
+    }
+    ok = ok && device_write(&out, database.file_cache_sz) && device_write(&out, compress);
+    std::vector<INT_U32> chunks;
+    ok = ok
+        && write_chunks(&out, package_folder, package_name, database.file_cache_sz, compress != 0, options.level,
+            progress, &chunks);
+    if (ok && client.size() + out.count() > 0xFFFFFFFFu) {
+        packer_error("the installer would be larger than 4 GiB, which its offsets cannot reach");
+        ok = false;
+    }
+
+    record.flags = static_cast<INT_U8>(record.flags | STAMP_FLAG_ALWAYS | STAMP_FLAG_DATA_SET);
+    record.data_offset = static_cast<INT_U32>(client.size() - 1);
+    set_stamp_check(&record, static_cast<INT_U32>(out.count()), out.crc());
+    INT_U8 bytes[STAMP_RECORD_SIZE];
+    stamp_record_to_bytes(record, bytes);
+    ok = ok && fseek(stream, static_cast<long>(stamp_at), SEEK_SET) == 0
+        && fwrite(bytes, 1, sizeof bytes, stream) == sizeof bytes;
+    ok = fclose(stream) == 0 && ok;
+    if (!ok) {
+        (void)folder.delete_file(part.c_str());
+        packer_error("cannot write '%s'", options.output);
+        return false;
+    }
+    if (!folder.rename_file(part.c_str(), folder, name.c_str()) || !folder.set_permissions(name.c_str(), 0755)) {
+        (void)folder.delete_file(part.c_str());
+        packer_error("cannot write '%s'", options.output);
+        return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The command
+// ---------------------------------------------------------------------------------------------
+
+bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
+{
+    for (int i = 1; i < argc; ++i) {
+        const char* argument = argv[i];
+        bool has_value = i + 1 < argc;
+        if (strcmp(argument, "--help") == 0 || strcmp(argument, "-h") == 0) {
+            print_build_help();
+            *status = PACKER_OK;
+            return false;
+        }
+        if (strcmp(argument, "--quiet") == 0 || strcmp(argument, "-q") == 0) {
+            options->quiet = true;
+        } else if (strcmp(argument, "-o") == 0 && has_value) {
+            options->output = argv[++i];
+        } else if (strcmp(argument, "--client") == 0 && has_value) {
+            options->client = argv[++i];
+        } else if (strcmp(argument, "--platform") == 0 && has_value) {
+            options->platform = argv[++i];
+        } else if (strcmp(argument, "--level") == 0 && has_value) {
+            const char* text = argv[++i];
+            if (strlen(text) != 1 || text[0] < '0' || text[0] > '9') {
+                packer_error("--level takes a number from 0 to 9, not '%s'", text);
+                *status = PACKER_USAGE;
+                return false;
+            }
+            options->level = text[0] - '0';
+        } else if (argument[0] == '-') {
+            packer_error("unknown or incomplete option '%s' (see packer build --help)", argument);
+            *status = PACKER_USAGE;
+            return false;
+        } else if (!options->config) {
+            options->config = argument;
+        } else {
+            packer_error("one configuration only: '%s' (see packer build --help)", argument);
+            *status = PACKER_USAGE;
+            return false;
+        }
+    }
+    if (!options->config || !options->output) {
+        packer_error("build needs a configuration and -o FILE (see packer build --help)");
+        *status = PACKER_USAGE;
+        return false;
+    }
+    return true;
+}
+
+bool load_pictures(DATABASE* database, const PACK_PLAN& plan, DATA_SET_SPLASH* splash)
+{
+    if (!plan.skin_folder.empty()) {
+#ifdef PACKER_HAS_SKIN_LOADER
+        if (!load_skin(database, database->skin_path)) {
+            packer_error("%s: the skin '%s' does not load", plan.config_path.c_str(), plan.skin_folder.c_str());
+            return false;
+        }
+#else
+        packer_error("%s: this packer was built without the skin loader; SKIN cannot be packed",
+            plan.config_path.c_str());
+        return false;
+#endif
+    }
+    if (!plan.background_name.empty()) {
+        FOLDER folder;
+        if (!folder.set_raw(plan.background_folder.c_str())
+            || !database->background_image.load(folder, plan.background_name.c_str())) {
+            packer_error("%s: the background '%s/%s' does not load: %s", plan.config_path.c_str(),
+                plan.background_folder.c_str(), plan.background_name.c_str(), last_error_text());
+            return false;
+        }
+    }
+    if (!plan.splash.present)
+        return true;
+    splash->present = 1;
+    FOLDER folder;
+    if (!folder.set_raw(plan.splash.image_folder.c_str()) || !splash->image.load(folder, plan.splash.image_name.c_str())) {
+        packer_error("%s: the splash '%s/%s' does not load: %s", plan.config_path.c_str(),
+            plan.splash.image_folder.c_str(), plan.splash.image_name.c_str(), last_error_text());
+        return false;
+    }
+    splash->bar_x = plan.splash.bar_x;
+    splash->bar_y = plan.splash.bar_y;
+    splash->bar_width = plan.splash.bar_width;
+    splash->bar_height = plan.splash.bar_height;
+    splash->title.assign(plan.splash.title.c_str());
+    if (!folder.set_raw(plan.splash.style_folder.c_str())
+        || !splash->bar_style.load_file(folder, plan.splash.style_name.c_str())) {
+        packer_error("%s: the bar style '%s/%s' does not load", plan.config_path.c_str(),
+            plan.splash.style_folder.c_str(), plan.splash.style_name.c_str());
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int run_build_command(int argc, char** argv)
+{
+    BUILD_OPTIONS options;
+    int status = PACKER_OK;
+    if (!parse_options(argc, argv, &options, &status))
+        return status;
+    INT_U8 target = platform_code_from_name(options.platform);
+    if (!target) {
+        packer_error("unknown platform '%s'", options.platform);
+        return PACKER_USAGE;
+    }
+
+    DATABASE* database = new (std::nothrow) DATABASE;
+    PACK_PLAN plan;
+    CONFIG_ERRORS errors;
+    if (!database)
+        return packer_error("out of memory");
+    bool read = read_installer_config(options.config, target, database, &plan, &errors);
+    if (read && options.client) {
+        FOLDER folder;
+        std::string name;
+        if (split_path(options.client, &folder, &name))
+            plan.client_path = std::string(folder.path()) + "/" + name;
+        if (!split_path(options.client, &folder, &name) || file_size(plan.client_path) == 0) {
+            errors.missing.push_back(std::string("--client: ") + options.client);
+            read = false;
+        }
+    } else if (read && plan.client_path.empty()) {
+        errors.add(plan.config_path, 0, "no client: add an <INSTALLER_CLIENT> for \"%s\" or give --client",
+            options.platform);
+        read = false;
+    }
+    if (!read) {
+        for (const std::string& line : errors.lines)
+            packer_error("%s", line.c_str());
+        if (!errors.missing.empty()) {
+            packer_error("%zu file%s missing:", errors.missing.size(), errors.missing.size() == 1 ? " is" : "s are");
+            for (const std::string& line : errors.missing)
+                fprintf(stderr, "  %s\n", line.c_str());
+        }
+        delete database;
+        return PACKER_FAILED;
+    }
+    plan.inputs.push_back(plan.client_path);
+
+    DATA_SET_SPLASH* splash = new (std::nothrow) DATA_SET_SPLASH;
+    bool ok = splash && build_time(plan, &database->data_time) && load_pictures(database, plan, splash);
+    INT_U8 compress = 1;
+    if (plan.client_index >= 0)
+        compress = database->clients[plan.client_index]->compress_data;
+
+    PROGRESS progress(options.quiet);
+    FOLDER temp("$TEMP");
+    char package_name[64] = {};
+    if (ok) {
+        ok = temp.make_temp_name(package_name, sizeof package_name, ".pkg") && temp.delete_file(package_name);
+        if (!ok)
+            packer_error("cannot make a temporary file in %s", temp.path());
+    }
+    ok = ok && build_package(temp, package_name, database, plan, &progress);
+    ok = ok && write_installer(options, plan.client_path, *database, compress, *splash, temp, package_name, &progress);
+    if (package_name[0])
+        (void)temp.delete_file(package_name);
+    delete splash;
+    delete database;
+    return ok ? PACKER_OK : PACKER_FAILED;
+}

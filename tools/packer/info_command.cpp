@@ -1,0 +1,276 @@
+// "packer info FILE": what a finished installer or a package holds, for a person to read.
+//
+// A finished installer shows its stamp (and whether the data set matches its check), the data
+// set's header and chunks, then the package that the chunks give; a package shows its members.
+// Either way "database.bin", when there, is shown field by field.
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <new>
+#include <vector>
+
+#include "data_file.h"
+#include "error_report.h"
+#include "folder.h"
+#include "image_cache.h"
+#include "installer/data_set.h"
+#include "installer/database.h"
+#include "package.h"
+#include "packer_common.h"
+#include "stamp.h"
+
+namespace {
+
+const char* yes_no(INT_U8 value)
+{
+    return value ? "yes" : "no";
+}
+
+const char* overwrite_word(INT_U8 mode)
+{
+    switch (mode) {
+    case OVERWRITE_ALWAYS: return "always";
+    case OVERWRITE_WHEN_OLDER: return "older";
+    case OVERWRITE_WHEN_ABSENT: return "absent";
+    default: return "unknown";
+    }
+}
+
+void print_member(const char* name, INT_U64 size, void*)
+{
+    printf("  %12llu  %s\n", static_cast<unsigned long long>(size), name);
+}
+
+void print_database(const DATABASE& db, INT_U8 version)
+{
+    printf("Database\n");
+    printf("  version %u, installation id 0x%08X, built %d", version, db.installation_id, db.data_time);
+    time_t when = db.data_time;
+    struct tm parts;
+    char text[64];
+    if (gmtime_r(&when, &parts) && strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts))
+        printf(" (%s)", text);
+    printf("\n");
+    printf("  application \"%s\" build %d, app string \"%s\"\n", db.version, db.build_number, db.app_string);
+    printf("  file cache %u bytes; frame rate %s, file names %s, file paths %s\n", db.file_cache_sz,
+        yes_no(db.show_frame_rate), yes_no(db.show_filenames), yes_no(db.show_filepaths));
+    printf("  window %dx%d, full screen %s, title on background %s\n", db.window.width, db.window.height,
+        yes_no(db.window.fullscreen), yes_no(db.window.show_bg_title));
+    printf("  dialog at %d,%d size %dx%d, button gap %d, draggable %s\n", db.dialog.x, db.dialog.y, db.dialog.width,
+        db.dialog.height, db.dialog.button_gap, yes_no(db.dialog.can_drag));
+    const struct {
+        const char* name;
+        const BOX_SETTINGS* box;
+    } boxes[] = { { "exit", &db.exit }, { "error", &db.error }, { "about", &db.about } };
+    for (const auto& entry : boxes)
+        printf("  %s at %d,%d size %dx%d, draggable %s\n", entry.name, entry.box->x, entry.box->y, entry.box->width,
+            entry.box->height, yes_no(entry.box->can_drag));
+    printf("  file select at %d,%d size %dx%d, new folder %s, draggable %s\n", db.file_select.x, db.file_select.y,
+        db.file_select.width, db.file_select.height, yes_no(db.file_select.new_folder_too),
+        yes_no(db.file_select.can_drag));
+    printf("  background \"%s\" in \"%s\", speed %d, size %dx%d, start offset %d ms; still picture %dx%d\n",
+        db.background_filename, db.background_path, db.background_speed, db.background_width, db.background_height,
+        db.background_start_offset_ms, db.background_image.width, db.background_image.height);
+    printf("  skin \"%s\"; desktop check %dx%d\n", db.skin_path, db.check_desktop_width, db.check_desktop_height);
+    printf("  log \"%s\" (system \"%s\"); patch \"%s\" (system \"%s\"), check %s\n", db.log_dest_path,
+        db.log_system_dest_path, db.patch_dest_path, db.patch_system_dest_path, yes_no(db.patch_do_check));
+    INT_S32 icons = 0;
+    for (const IMAGE& icon : db.icons)
+        icons += icon.has_pixels();
+    printf("  icons %d of %d; progress bar animation %d, %d, %d\n", icons, DATABASE_ICON_COUNT,
+        db.progress_bar_animation_x_rate, db.progress_bar_animation_y_rate, db.progress_bar_animation_update_rate);
+
+    printf("Languages: %d (default \"%s\")\n", db.language_count, db.default_language_name);
+    for (INT_S16 i = 0; i < db.language_count; ++i) {
+        const LANGUAGE_RECORD& language = db.languages[i];
+        printf("  %d: \"%s\", title \"%s\", installer title \"%s\"\n", i, language.name,
+            language.text(LANGUAGE_KEY::LANGUAGE_TITLE), language.text(LANGUAGE_KEY::INSTALLER_TITLE));
+        printf("     licence \"%s\", release notes \"%s\" (%d lines), readme \"%s\" (%d lines)\n",
+            language.licence_filename, language.release_notes_filename, language.release_notes_lines,
+            language.readme_filename, language.readme_lines);
+        for (INT_S16 n = 0; n < language.installation_name_count; ++n)
+            printf("     install type %d: \"%s\"\n", n, language.installation_name(n));
+    }
+
+    printf("Installations: %d\n", db.installation_count);
+    for (INT_S16 i = 0; i < db.installation_count; ++i) {
+        const INSTALLATION_RECORD& installation = db.installations[i];
+        printf("  %d: \"%s\", default path \"%s\", system paths %s, %d files, %d shortcuts\n", i, installation.name,
+            installation.default_path, yes_no(installation.allow_system_paths), installation.file_count,
+            installation.shortcut_count);
+        if (installation.uninstaller_name[0] || installation.uninstaller_filename[0])
+            printf("     uninstaller \"%s\" file \"%s\" in \"%s\" (system \"%s\")\n", installation.uninstaller_name,
+                installation.uninstaller_filename, installation.uninstaller_path, installation.uninstaller_syspath);
+        for (INT_S16 f = 0; f < installation.file_count; ++f) {
+            const FILE_RECORD& file = installation.files[f];
+            printf("     %s  %s/%s -> %s/%s", file.packed_name, file.src_path_from_xml, file.src_name,
+                file.dest_path_from_inst_loc, file.destination_name());
+            if (file.system_dest_path_from_inst_loc[0])
+                printf(" (system %s)", file.system_dest_path_from_inst_loc);
+            printf(", platform \"%s\", overwrite %s%s%s\n", file.platform.c_str(), overwrite_word(file.overwrite),
+                file.stamp ? ", stamp" : "", file.switch_user ? ", set-user-id" : "");
+        }
+        for (INT_S16 s = 0; s < installation.shortcut_count; ++s) {
+            const SHORTCUT_RECORD& shortcut = installation.shortcuts[s];
+            printf("     shortcut %s \"%s\": %s %s in \"%s\" (system \"%s\"), %s, icon \"%s\" in \"%s\", platform "
+                   "\"%s\"\n",
+                shortcut_type_word(shortcut.type), shortcut.name, shortcut.exec, shortcut.arguments, shortcut.exec_path,
+                shortcut.exec_syspath, shortcut.menu_path[0] ? shortcut.menu_path : "desktop", shortcut.icon,
+                shortcut.icon_path, shortcut.platform.c_str());
+        }
+    }
+
+    printf("Clients: %d\n", db.client_count);
+    for (INT_S16 i = 0; i < db.client_count; ++i) {
+        const CLIENT_RECORD& client = *db.clients[i];
+        printf("  %d: platform \"%s\", \"%s\" in %s as \"%s\", compressed %s\n", i, client.platform.c_str(),
+            client.filename.c_str(), client.path.path(), client.destname.c_str(), yes_no(client.compress_data));
+    }
+}
+
+// The members and the database of an open package.
+int print_package(PACKAGE* package)
+{
+    printf("Members\n");
+    if (!package->list_members(print_member, nullptr))
+        return packer_error("the package is damaged: %s", last_error_text());
+    PACKAGE_DATA_FILE* member = package->open_member_data("database.bin", FILE_READ, ORDER_MARKER_IN_FILE);
+    if (!member) {
+        printf("No database.bin\n");
+        return PACKER_OK;
+    }
+    INT_U8 version = 0;
+    (void)device_read(member, &version);
+    (void)member->seek(0, false);
+    DATABASE* database = new (std::nothrow) DATABASE;
+    if (!database) {
+        PACKAGE::close_member_data(&member);
+        return packer_error("out of memory");
+    }
+    bool whole = database->get_from_data_device(member);
+    PACKAGE::close_member_data(&member);
+    print_database(*database, version);
+    delete database;
+    if (!whole)
+        return packer_error("database.bin is damaged; the fields above are what could be read");
+    return PACKER_OK;
+}
+
+struct CHUNK_LIST {
+    std::vector<INT_U64> sizes;
+    INT_U64 last { 0 };
+};
+
+void note_chunk(INT_S32, INT_U64 done, INT_U64, void* context)
+{
+    CHUNK_LIST* list = static_cast<CHUNK_LIST*>(context);
+    list->sizes.push_back(done - list->last - 4);
+    list->last = done;
+}
+
+int print_installer(const FOLDER& folder, const char* name, const STAMP_RECORD& record, INT_U32 stamp_position)
+{
+    printf("Stamp at byte %u: flags 0x%02X, data offset %u, skin offset %u\n", stamp_position, record.flags,
+        record.data_offset, record.skin_offset);
+    INT_U32 length = 0, crc = 0;
+    if (stamp_check(record, &length, &crc)) {
+        STAMP_VERIFY verdict = verify_stamped_file(folder, name);
+        printf("Check: %u bytes, CRC-32 0x%08X: %s\n", length, crc,
+            verdict == STAMP_VERIFY_GOOD ? "the data set matches" : "the data set is DAMAGED");
+    } else {
+        printf("Check: none recorded\n");
+    }
+    if (!(record.flags & STAMP_FLAG_DATA_SET)) {
+        printf("No data set behind the program\n");
+        return PACKER_OK;
+    }
+    DATA_FILE* device = folder.open_data_file(name, FILE_READ, ORDER_MARKER_IN_FILE, false);
+    if (!device)
+        return packer_error("cannot read '%s'", name);
+    DATA_SET_SPLASH* splash = new (std::nothrow) DATA_SET_SPLASH;
+    DATA_SET_HEADER header;
+    if (!splash || !read_data_set_header(device, record.data_offset, splash, &header)) {
+        FOLDER::close_data_file(&device);
+        delete splash;
+        return packer_error("the data set is damaged: %s", last_error_text());
+    }
+    printf("Data set\n");
+    if (splash->present)
+        printf("  splash %dx%d, title \"%s\", bar at %d,%d size %dx%d, %d cached pictures\n", splash->image.width,
+            splash->image.height, splash->title.c_str(), splash->bar_x, splash->bar_y, splash->bar_width,
+            splash->bar_height, image_cache.entry_count());
+    else
+        printf("  no splash\n");
+    delete splash;
+    printf("  file cache size %u, compressed %s\n", header.file_cache_size, yes_no(header.compressed));
+
+    FOLDER temp("$TEMP");
+    char package_name[64];
+    if (!temp.make_temp_name(package_name, sizeof package_name, ".pkg")) {
+        FOLDER::close_data_file(&device);
+        return packer_error("cannot make a temporary file in %s", temp.path());
+    }
+    CHUNK_LIST chunks;
+    INT_S32 count = 0;
+    bool unpacked = unpack_data_set(device, header, temp, package_name, &count, note_chunk, &chunks);
+    FOLDER::close_data_file(&device);
+    INT_U64 stored = 0;
+    for (INT_U64 size : chunks.sizes)
+        stored += size;
+    printf("  %d chunks, %llu bytes stored:", count, static_cast<unsigned long long>(stored));
+    for (INT_U64 size : chunks.sizes)
+        printf(" %llu", static_cast<unsigned long long>(size));
+    printf("\n");
+    if (!unpacked) {
+        (void)temp.delete_file(package_name);
+        return packer_error("the data set's chunks are damaged: %s", last_error_text());
+    }
+    int status;
+    {
+        PACKAGE package(temp, package_name, false, 0, true, true);
+        if (!package.is_open()) {
+            status = packer_error("the chunks do not give a package: %s", last_error_text());
+        } else {
+            status = print_package(&package);
+        }
+    }
+    (void)temp.delete_file(package_name);
+    return status;
+}
+
+} // namespace
+
+int run_info_command(int argc, char** argv)
+{
+    if (argc != 2 || strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
+        printf("Usage: packer info FILE\n\n"
+               "Shows the stamp, the data set and the database of a finished installer, or the members and\n"
+               "the database of a package.\n");
+        return argc == 2 ? PACKER_OK : PACKER_USAGE;
+    }
+    FOLDER folder;
+    char name[256];
+    if (!packer_locate(argv[1], &folder, name, sizeof name))
+        return PACKER_FAILED;
+    DATA_FILE* file = folder.open_data_file(name, FILE_READ, 0, false);
+    if (!file)
+        return packer_error("cannot read '%s'", argv[1]);
+    char head[8] = {};
+    bool is_package = file->read(head, sizeof head) == static_cast<INT_S32>(sizeof head) && memcmp(head + 1, "ORLUPKG", 7) == 0;
+    STAMP_RECORD record;
+    INT_U32 position = 0;
+    bool stamped = !is_package && read_stamp(file, &record, &position);
+    FOLDER::close_data_file(&file);
+
+    if (is_package) {
+        PACKAGE package(folder, name, false, 0, true, true);
+        if (!package.is_open())
+            return packer_error("cannot open package '%s': %s", argv[1], last_error_text());
+        printf("Package, block size %u\n", package.block_size());
+        return print_package(&package);
+    }
+    if (!stamped)
+        return packer_error("'%s' is neither a package nor a program with a stamp record", argv[1]);
+    return print_installer(folder, name, record, position);
+}
