@@ -57,8 +57,9 @@ void make_tree(const std::string& root, bool with_hints)
     ASSERT_TRUE(write_file(root + "/button/button.ss", style_file(11, "btn")));
     write_png(root + "/button", "btn.png", 6, 4);
     write_png(root + "/button", "btn_over.png", 6, 4);
-    if (with_hints)
+    if (with_hints) {
         ASSERT_TRUE(write_file(root + "/button/button_hints.ss", style_file(12)));
+    }
     ASSERT_TRUE(write_file(root + "/dialog/text.ss", style_file(13)));
     ASSERT_TRUE(write_file(root + "/dialog/title.ss", style_file(14)));
     ASSERT_TRUE(write_file(root + "/dialog/background.ss", style_file(15)));
