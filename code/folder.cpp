@@ -898,8 +898,15 @@ bool FOLDER::get_from_data_device(DATA_DEVICE* device)
         return false;
     text[ORLU_MAX_PATH - 1] = 0;
     if (tag == SYMBOLIC_TAG) {
-        // Only the whole path counts: a walk that stopped half-way is somewhere else.
-        if (!set(text))
+        // Only the whole path counts: a walk that stopped half-way is somewhere else. A variable
+        // this program does not know comes from a damaged or foreign stream, which must not end
+        // the run the way an unknown variable in our own code does.
+        char variable[256];
+        size_t length = strcspn(text, "/");
+        snprintf(variable, sizeof variable, "%.*s", static_cast<int>(length < 255 ? length : 255), text);
+        if (text[0] == '$' && !is_known_variable(variable))
+            set_app();
+        else if (!set(text))
             set_app();
     } else if (tag != OS_LINUX || text[0] != '/') {
         // Another system's path means nothing here; a bad id is not worth stopping for.

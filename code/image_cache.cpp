@@ -9,6 +9,7 @@
 // [SECTION] Whole cache
 // [SECTION] Stream form
 #include "image_cache.h"
+#include "image_cache_store.h"
 
 #include <cstdio>
 #include <cstring>
@@ -56,7 +57,13 @@ bool must_copy(const IMAGE_CACHE_ENTRY* entry)
 
 } // namespace
 
-IMAGE_CACHE::~IMAGE_CACHE() { clear(); }
+IMAGE_CACHE::~IMAGE_CACHE()
+{
+    clear();
+    // Holders of skin images that are destroyed later at exit must not release into it.
+    if (this == &image_cache)
+        image_cache_destroyed = true;
+}
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Requests

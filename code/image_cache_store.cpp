@@ -5,52 +5,45 @@
 #include "image_cache.h"
 #include "static_order.h"
 
+bool image_cache_destroyed = false;
+
 namespace {
 
-// Set once the global cache has been destroyed at exit (see static_order.h): statics that hold
-// skin images (the database, the toolkit's default styles) are destroyed later still.
-bool cache_gone = false;
-
-struct CACHE_GUARD {
-    ~CACHE_GUARD() { cache_gone = true; }
-};
-
-CACHE_GUARD cache_guard ORLU_INIT_CACHE_GUARD;
 IMAGE_CACHE_STORE global_store ORLU_INIT_IMAGE_STORE(&image_cache);
 
 } // namespace
 
 IMAGE* IMAGE_CACHE_STORE::get(const char* folder, const char* name, INT_S16 width, INT_S16 height, INT_U32 flags)
 {
-    if (cache_gone || !folder || !name)
+    if (image_cache_destroyed || !folder || !name)
         return nullptr;
     return m_cache->get(folder, name, width, height, flags);
 }
 
 IMAGE* IMAGE_CACHE_STORE::add_reference(IMAGE* image)
 {
-    if (cache_gone)
+    if (image_cache_destroyed)
         return nullptr;
     return m_cache->add_reference(image);
 }
 
 void IMAGE_CACHE_STORE::release_image(IMAGE* image)
 {
-    if (cache_gone || !image)
+    if (image_cache_destroyed || !image)
         return;
     m_cache->release(image);
 }
 
 void IMAGE_CACHE_STORE::resize(IMAGE** image, INT_S16 width, INT_S16 height, bool private_copy)
 {
-    if (cache_gone)
+    if (image_cache_destroyed)
         return;
     m_cache->resize(image, width, height, private_copy);
 }
 
 void IMAGE_CACHE_STORE::make_private(IMAGE** image)
 {
-    if (cache_gone)
+    if (image_cache_destroyed)
         return;
     m_cache->make_private(image);
 }

@@ -21,6 +21,9 @@ private:
 };
 
 // The store over the global `image_cache`. It outlives every static holder of skin images: once
-// the cache itself has been destroyed at exit, releases are ignored rather than reaching into
-// freed entries.
+// the cache itself has been destroyed at exit, requests and releases are ignored rather than
+// reaching into freed entries.
 IMAGE_STORE* image_cache_store();
+
+// Set by the global cache's destructor.
+extern bool image_cache_destroyed;

@@ -10,6 +10,3 @@
 #define ORLU_INIT_APPLICATION __attribute__((init_priority(1100)))
 #define ORLU_INIT_TOOLKIT __attribute__((init_priority(1200)))
 #define ORLU_INIT_DEBUG_STREAMS __attribute__((init_priority(1300)))
-// Built after every ordered group and before the unordered globals (the image cache among them),
-// so it is destroyed after the cache and before the groups above: it marks the cache as gone.
-#define ORLU_INIT_CACHE_GUARD __attribute__((init_priority(1400)))

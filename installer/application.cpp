@@ -16,6 +16,7 @@
 #include "installer_options.h"
 #include "own_data_set.h"
 #include "patch_differ.h"
+#include "skin.h"
 #include "unattended.h"
 
 namespace {
@@ -61,7 +62,7 @@ void apply_data_folder(const INSTALLER_OPTIONS& given)
 
 void application_start(INT_S16 argc, char** argv)
 {
-    parse_installer_options(argc, argv, &options, nullptr, run_patch_differ);
+    parse_installer_options(argc, argv, &options, generate_skin, run_patch_differ);
     database = new (std::nothrow) DATABASE();
     if (!database)
         exit_with_error("Out of memory");
