@@ -774,3 +774,19 @@ TEST(DATABASE, platform_filter)
     EXPECT_TRUE(db->matches_platform("msb"));
     EXPECT_FALSE(db->matches_platform("lsb"));
 }
+
+TEST(DATABASE, a_client_folder_with_an_unknown_variable_reads_as_the_application_folder)
+{
+    std::unique_ptr<DATABASE> db = make_database();
+    fill(db.get());
+    std::string bytes = stream_of(*db);
+    size_t at = bytes.find("\xFF$TEMP");
+    ASSERT_NE(at, std::string::npos);
+    bytes.replace(at + 1, 5, "$NOPE");
+    MEMORY_DEVICE device(bytes);
+    bool ok = false;
+    std::unique_ptr<DATABASE> copy = read_back(&device, &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_TRUE(copy->clients[0]->path.same_as(FOLDER("$APP")));
+    EXPECT_STREQ(copy->clients[0]->filename.c_str(), "installer");
+}
