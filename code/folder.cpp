@@ -888,30 +888,6 @@ bool FOLDER::put_to_data_device(DATA_DEVICE* device) const
     return device_write(device, tag) && device_write_bytes(device, text, ORLU_MAX_PATH);
 }
 
-namespace {
-
-// Whether the "$NAME" at the head of a stored text names a variable this program knows. A stream
-// is untrusted, and FOLDER::set ends the process on an unknown name.
-bool stored_variable_known(const char* text)
-{
-    if (text[0] != '$')
-        return true;
-    size_t length = strcspn(text, "/");
-    char name[256];
-    snprintf(name, sizeof name, "%.*s", static_cast<int>(length < 255 ? length : 255), text);
-    if (find_custom_variable(name) >= 0)
-        return true;
-    static const char* const builtin[] = { "APP", "BASE", "APPDATA", "INSTDATA", "HERE", "USERAPP", "USERDATA",
-        "USERPREFS", "USERSAVES", "SYSAPP", "SYSDATA", "SYSPREFS", "DATA", "TEMP", "FONTDATA", "ICONDATA" };
-    for (const char* known : builtin) {
-        if (!strcasecmp(name + 1, known))
-            return true;
-    }
-    return !strncasecmp(name + 1, "ROOT", 4);
-}
-
-} // namespace
-
 bool FOLDER::get_from_data_device(DATA_DEVICE* device)
 {
     if (!device)
@@ -922,8 +898,15 @@ bool FOLDER::get_from_data_device(DATA_DEVICE* device)
         return false;
     text[ORLU_MAX_PATH - 1] = 0;
     if (tag == SYMBOLIC_TAG) {
-        // Only the whole path counts: a walk that stopped half-way is somewhere else.
-        if (!stored_variable_known(text) || !set(text))
+        // Only the whole path counts: a walk that stopped half-way is somewhere else. A variable
+        // this program does not know comes from a damaged or foreign stream, which must not end
+        // the run the way an unknown variable in our own code does.
+        char variable[256];
+        size_t length = strcspn(text, "/");
+        snprintf(variable, sizeof variable, "%.*s", static_cast<int>(length < 255 ? length : 255), text);
+        if (text[0] == '$' && !is_known_variable(variable))
+            set_app();
+        else if (!set(text))
             set_app();
     } else if (tag != OS_LINUX || text[0] != '/') {
         // Another system's path means nothing here; a bad id is not worth stopping for.

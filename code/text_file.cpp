@@ -163,7 +163,8 @@ INT_S32 TEXT_FILE::read_code_point()
             return unit;
         INT_S32 first = next_byte();
         INT_S32 second = first >= 0 ? next_byte() : -1;
-        INT_S32 low = m_swapped ? (first << 8 | second) : (second << 8 | first);
+        // At the end of the file there is no second unit to combine (and no shifting of -1).
+        INT_S32 low = second < 0 ? -1 : m_swapped ? (first << 8 | second) : (second << 8 | first);
         if (second >= 0 && is_low_surrogate(low))
             return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
         // A lone high surrogate passes as it stands; the bytes behind it are read again.

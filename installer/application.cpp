@@ -7,6 +7,7 @@
 #include "host.h"
 #include "installer_debug.h"
 #include "installer_options.h"
+#include "skin.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ void run_automatic()
 
 void application_start(INT_S16 argc, char** argv)
 {
-    parse_installer_options(argc, argv, &options, nullptr, nullptr);
+    parse_installer_options(argc, argv, &options, generate_skin, nullptr);
     if (options.automatic)
         run_automatic();
 

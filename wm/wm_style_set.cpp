@@ -126,8 +126,8 @@ const char* const colour_keys[WM_STYLE_SET::COLOUR_COUNT] = {
     "active_text_colour", "shading_base_colour", "mouse_over_colour", "mouse_over_text_colour",
     "flashing_colour", "flashing_text_colour", "disabled_colour", "disabled_text_colour", "underline_colour",
 };
-// The first seven colours must be in a file; the others are invisible when absent.
-constexpr INT_S32 MANDATORY_COLOURS = 7;
+// The first six colours must be in a file; the others are invisible when absent.
+constexpr INT_S32 MANDATORY_COLOURS = 6;
 
 // The 16-bit measures from font_x_sz to grid_two_tone_value, in field order: the stream and the
 // `.ss` file both walk them in this order (the font sizes are handled apart in the file).

@@ -1,0 +1,56 @@
+image_filename
+	
+image_path
+	$HEREabc/../x
+shading_type
+	4
+fg_colour
+	#FF102030
+bg_colour
+	#80405060
+fading_colour
+	#FF000001
+highlight_colour
+	#FF000002
+highlight_text_colour
+	#FF000003
+active_colour
+	#FF000004
+visible
+	1
+shading_flags
+	15
+font_id
+	3
+font_x_sz
+	12
+font_y_sz
+	14
+border_left_gap
+	2
+border_right_gap
+	3
+border_top_gap
+	4
+border_bottom_gap
+	5
+cell_left_gap
+	6
+cell_right_gap
+	7
+cell_top_gap
+	8
+cell_bottom_gap
+	9
+x_spacing
+	10
+y_spacing
+	11
+scrollbar_button_width
+	16
+scrollbar_slider_width
+	17
+grid_scrollbar_width
+	18
+grid_two_tone_value
+	19

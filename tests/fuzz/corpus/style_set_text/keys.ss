@@ -1,0 +1,12 @@
+name
+	grouped
+g.image_filename
+	btn
+g.image_path
+	$HERE/x
+drawing_flags
+	-1
+ssf_up_arrow
+	1
+font_name
+	serif
