@@ -122,6 +122,12 @@ TEST(PACKER_BUILD, the_sample_reads_back_with_the_run_times_readers)
     EXPECT_STREQ(db->version, "1.2.0");
     EXPECT_EQ(db->build_number, 120);
     EXPECT_STREQ(db->skin_path, "skin");
+    // The skin tree: every icon, the button pictures through the cache, the dialog effects file.
+    for (INT_S32 icon = 0; icon < DATABASE_ICON_COUNT; ++icon)
+        EXPECT_EQ(db->icons[icon].width, 32) << icon_name(icon);
+    EXPECT_EQ(db->progress_bar_animation_x_rate, 2);
+    EXPECT_EQ(db->progress_bar_animation_update_rate, 40);
+    EXPECT_STREQ(db->style_sets[STYLE_MENU_BUTTON].get_image_filename(), "button");
     ASSERT_EQ(db->language_count, 2);
     EXPECT_STREQ(db->languages[1].name, "de");
     EXPECT_STREQ(db->languages[1].installation_name(0), "Vollst\xE4ndige Installation");
