@@ -135,7 +135,7 @@ void resample_line(const JSAMPLE* line, int components, INT_S32 source_width, IM
     INT_S32 last = -1;
     for (INT_S32 i = 0; i < source_width; ++i) {
         INT_S32 x = source_width > 1 ? static_cast<INT_S32>(static_cast<INT_S64>(image->width - 1) * i / (source_width - 1))
-                                     : image->width - 1;
+                                     : 0;
         if (x <= last)
             continue;
         const JSAMPLE* sample = line + i * components;
@@ -145,6 +145,9 @@ void resample_line(const JSAMPLE* line, int components, INT_S32 source_width, IM
             target[fill] = pixel;
         last = x;
     }
+    // Only a one-column source leaves columns behind: they repeat its pixel.
+    for (INT_S32 fill = last + 1; fill < image->width; ++fill)
+        target[fill] = target[last];
 }
 
 bool run_read(JPEG_READ* record, IMAGE* image, INT_S16 wanted_width, INT_S16 wanted_height)
@@ -207,13 +210,17 @@ bool run_read(JPEG_READ* record, IMAGE* image, INT_S16 wanted_width, INT_S16 wan
     bool same_size = target_width == source_width && target_height == source_height;
     INT_S32 written = -1; // last target row written
     for (INT_S32 n = 0; info->output_scanline < info->output_height; ++n) {
-        jpeg_read_scanlines(info, line, 1);
+        // Our source never suspends, so every call gives a line; anything else is a broken file.
+        if (jpeg_read_scanlines(info, line, 1) != 1) {
+            record->refused = true;
+            return set_last_error(ERROR_READ, "JPEG image (no scan line)");
+        }
         if (same_size) {
             expand_line(line[0], components, source_width, image->row(n));
             continue;
         }
         INT_S32 y = source_height > 1 ? static_cast<INT_S32>(static_cast<INT_S64>(target_height - 1) * n / (source_height - 1))
-                                      : target_height - 1;
+                                      : 0;
         if (y <= written)
             continue;
         for (INT_S32 fill = written + 1; fill < y; ++fill) {
@@ -221,9 +228,11 @@ bool run_read(JPEG_READ* record, IMAGE* image, INT_S16 wanted_width, INT_S16 wan
                 memcpy(image->row(fill), image->row(fill - 1), static_cast<size_t>(target_width) * sizeof(COLOUR));
         }
         resample_line(line[0], components, source_width, image, y);
-        // Rows above the first source row's target (none, as row 0 maps to 0) stay as they are.
         written = y;
     }
+    // Only a one-row source leaves rows behind: they repeat its row.
+    for (INT_S32 fill = written + 1; written >= 0 && fill < target_height; ++fill)
+        memcpy(image->row(fill), image->row(fill - 1), static_cast<size_t>(target_width) * sizeof(COLOUR));
     jpeg_finish_decompress(info);
     return true;
 }

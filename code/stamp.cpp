@@ -21,8 +21,6 @@
 // [SECTION] The block
 // ---------------------------------------------------------------------------------------------
 
-namespace {
-
 // The marker and the unstamped record, one object in read-only data. A packer rewrites the bytes
 // of the record in a copy of the file; the program never changes them in memory.
 struct STAMP_BLOCK {
@@ -30,11 +28,7 @@ struct STAMP_BLOCK {
     INT_U8 record[STAMP_RECORD_SIZE];
 };
 
-__attribute__((used)) const STAMP_BLOCK stamp_block = {
-    { '@', '@', 'O', 'R', 'L', 'U', '-', 'I', 'N', 'S', 'T', 'A', 'L', 'L', 'E', 'R', '-',
-        'D', 'A', 'T', 'A', '-', 'S', 'E', 'T', '-', 'S', 'T', 'A', 'M', 'P', '@', '@' },
-    { STAMP_FLAG_ALWAYS },
-};
+namespace {
 
 constexpr char CHECK_TAG[8] = { 'O', 'R', 'L', 'U', 'C', 'R', 'C', '1' };
 
@@ -57,7 +51,17 @@ INT_U32 get_le32(const INT_U8* bytes)
 
 } // namespace
 
-const char* const stamp_marker = stamp_block.marker;
+// The block has external linkage and is read only through a pointer the compiler cannot see
+// through: a constant it could fold would be copied into the debug information as a value,
+// and the marker would then stand in the file twice.
+extern const STAMP_BLOCK orlu_stamp_block;
+__attribute__((used)) const STAMP_BLOCK orlu_stamp_block = {
+    { '@', '@', 'O', 'R', 'L', 'U', '-', 'I', 'N', 'S', 'T', 'A', 'L', 'L', 'E', 'R', '-',
+        'D', 'A', 'T', 'A', '-', 'S', 'E', 'T', '-', 'S', 'T', 'A', 'M', 'P', '@', '@' },
+    { STAMP_FLAG_ALWAYS },
+};
+
+const char* const stamp_marker = orlu_stamp_block.marker;
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Record form
@@ -93,8 +97,11 @@ void stamp_record_from_bytes(const INT_U8* bytes, STAMP_RECORD* record)
 
 STAMP_RECORD unstamped_record()
 {
+    INT_U8 bytes[STAMP_RECORD_SIZE];
+    for (INT_S32 i = 0; i < STAMP_RECORD_SIZE; ++i)
+        bytes[i] = orlu_stamp_block.record[i];
     STAMP_RECORD record;
-    stamp_record_from_bytes(stamp_block.record, &record);
+    stamp_record_from_bytes(bytes, &record);
     return record;
 }
 

@@ -4,11 +4,14 @@
 
 #include "toolkit_look.h"
 
+#include "static_order.h"
 #include "wm_style_set.h"
 
 namespace {
 
-WM_STYLE_SET toolkit_styles[TOOLKIT_STYLE_COUNT];
+// Built with the toolkit's group, so that they are destroyed after the image cache is marked gone
+// and release nothing into it.
+WM_STYLE_SET toolkit_styles[TOOLKIT_STYLE_COUNT] ORLU_INIT_TOOLKIT;
 bool hints_present = false;
 TOOLKIT_DIALOG_EFFECT dialog_effect;
 INT_U16 dialog_effect_default = 0;

@@ -203,6 +203,24 @@ TEST_F(IMAGE_FILES, jpeg_round_trip_is_close_opaque_and_resamples_while_reading)
     }
 }
 
+TEST_F(IMAGE_FILES, jpeg_of_one_row_or_column_fills_every_row_and_column_it_is_stretched_to)
+{
+    IMAGE line(9, 1);
+    line.fill(COLOUR_WHITE);
+    IMAGE column(1, 9);
+    column.fill(COLOUR_WHITE);
+    for (IMAGE* source : { &line, &column }) {
+        MEMORY_DEVICE device;
+        ASSERT_TRUE(source->save_jpeg(&device, 90, false));
+        device.rewind();
+        IMAGE stretched;
+        ASSERT_TRUE(stretched.load_jpeg(&device, 6, 5));
+        for (INT_S32 y = 0; y < 5; ++y)
+            for (INT_S32 x = 0; x < 6; ++x)
+                ASSERT_GE(stretched.at(x, y).value, 0xFFF0F0F0u) << x << "," << y;
+    }
+}
+
 TEST_F(IMAGE_FILES, jpeg_writer_checks_quality_and_writes_nothing_for_an_empty_image)
 {
     IMAGE image(4, 4);

@@ -11,7 +11,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    if (size < 1)
+    // Streams of version 1 and below carry a FOLDER in place of each path, and a folder text that
+    // names an unknown variable ends the process by design; the folder's reader is not ours to
+    // fuzz here, so those versions are left out.
+    if (size < 2 || data[1] < 2)
         return 0;
     set_image_pixel_limit(1024 * 1024);
     MEMORY_DEVICE device(data + 1, size - 1);

@@ -35,16 +35,12 @@
 #include "installer/data_set.h"
 #include "installer/database.h"
 #include "installer/installer_options.h"
+#include "installer/skin.h"
 #include "installer_config.h"
 #include "package.h"
 #include "packer_common.h"
 #include "stamp.h"
 #include "wm_style_set.h"
-
-#if __has_include("installer/skin.h")
-#include "installer/skin.h"
-#define PACKER_HAS_SKIN_LOADER 1
-#endif
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Options and progress
@@ -550,17 +546,12 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
 
 bool load_pictures(DATABASE* database, const PACK_PLAN& plan, DATA_SET_SPLASH* splash)
 {
-    if (!plan.skin_folder.empty()) {
-#ifdef PACKER_HAS_SKIN_LOADER
-        if (!load_skin(database, database->skin_path)) {
-            packer_error("%s: the skin '%s' does not load", plan.config_path.c_str(), plan.skin_folder.c_str());
-            return false;
-        }
-#else
-        packer_error("%s: this packer was built without the skin loader; SKIN cannot be packed",
-            plan.config_path.c_str());
+    // load_skin stores the text it is given in skin_path itself, so it gets a copy.
+    char skin_text[DATABASE_LONG_TEXT];
+    snprintf(skin_text, sizeof skin_text, "%s", database->skin_path);
+    if (!plan.skin_folder.empty() && !load_skin(database, skin_text)) {
+        packer_error("%s: the skin '%s' does not load", plan.config_path.c_str(), plan.skin_folder.c_str());
         return false;
-#endif
     }
     if (!plan.background_name.empty()) {
         FOLDER folder;

@@ -22,6 +22,27 @@
 
 namespace {
 
+// Texts of the database are Latin-1; the terminal wants UTF-8. Four rotating buffers, so that
+// one printf may show several texts.
+const char* shown(const char* text)
+{
+    static char buffers[4][2 * DATABASE_LONG_TEXT + 1];
+    static INT_S32 next = 0;
+    char* out = buffers[next];
+    next = (next + 1) % 4;
+    size_t at = 0;
+    for (const unsigned char* in = reinterpret_cast<const unsigned char*>(text ? text : ""); *in && at + 2 < sizeof buffers[0]; ++in) {
+        if (*in < 0x80) {
+            out[at++] = static_cast<char>(*in);
+        } else {
+            out[at++] = static_cast<char>(0xC0 | (*in >> 6));
+            out[at++] = static_cast<char>(0x80 | (*in & 0x3F));
+        }
+    }
+    out[at] = 0;
+    return out;
+}
+
 const char* yes_no(INT_U8 value)
 {
     return value ? "yes" : "no";
@@ -84,13 +105,13 @@ void print_database(const DATABASE& db, INT_U8 version)
     printf("Languages: %d (default \"%s\")\n", db.language_count, db.default_language_name);
     for (INT_S16 i = 0; i < db.language_count; ++i) {
         const LANGUAGE_RECORD& language = db.languages[i];
-        printf("  %d: \"%s\", title \"%s\", installer title \"%s\"\n", i, language.name,
-            language.text(LANGUAGE_KEY::LANGUAGE_TITLE), language.text(LANGUAGE_KEY::INSTALLER_TITLE));
+        printf("  %d: \"%s\", title \"%s\", installer title \"%s\"\n", i, shown(language.name),
+            shown(language.text(LANGUAGE_KEY::LANGUAGE_TITLE)), shown(language.text(LANGUAGE_KEY::INSTALLER_TITLE)));
         printf("     licence \"%s\", release notes \"%s\" (%d lines), readme \"%s\" (%d lines)\n",
             language.licence_filename, language.release_notes_filename, language.release_notes_lines,
             language.readme_filename, language.readme_lines);
         for (INT_S16 n = 0; n < language.installation_name_count; ++n)
-            printf("     install type %d: \"%s\"\n", n, language.installation_name(n));
+            printf("     install type %d: \"%s\"\n", n, shown(language.installation_name(n)));
     }
 
     printf("Installations: %d\n", db.installation_count);
