@@ -100,6 +100,8 @@ TEST_F(PATCH_DIFFER, reports_added_changed_moved_and_deleted_files)
     RUN_RESULT pack = run_program(packer_path(), { "build", folder + "/patch.xml", "-o", folder + "/patch.run", "--client",
                                                      installer_path(), "--quiet" });
     EXPECT_EQ(pack.status, 0) << pack.errors;
+    EXPECT_NE(pack.errors.find("warning: no installation is called \"default\"; its translated name is ignored"), std::string::npos)
+        << pack.errors;
 }
 
 TEST_F(PATCH_DIFFER, identical_data_sets_give_no_file_lines)

@@ -268,8 +268,6 @@ TEST(PACKER_BUILD, bad_configurations_stop_the_build_with_file_line_and_reason)
             "installer.xml:3: 'platform' on <FILE>: \"16bit\" is not a word size (32bit, 64bit, unknown)" },
         { config("<INSTALLER_CLIENT filename=\"installer\" platform=\"windows\"/>\n"),
             "installer.xml:1: no <INSTALLER_CLIENT> is for the platform \"linux\"" },
-        { config("<LANGUAGE name=\"en\"><INSTALLATION name=\"other\" string=\"x\"/></LANGUAGE>\n"),
-            "installer.xml:5: no installation is called \"other\"" },
     };
     for (const CASE& test : cases) {
         TEMP_FOLDER temp;

@@ -327,6 +327,17 @@ private:
         m_errors->add(m_file, node.line, "%s", text);
     }
 
+    // Something worth telling that does not stop the build.
+    void note(const XML_NODE& node, const char* format, ...) __attribute__((format(printf, 3, 4)))
+    {
+        char text[1100];
+        va_list args;
+        va_start(args, format);
+        vsnprintf(text, sizeof text, format, args);
+        va_end(args);
+        fprintf(stderr, "packer: %s:%d: warning: %s\n", m_file.c_str(), node.line, text);
+    }
+
     // A folder and file name relative to the configuration, made absolute.
     std::string resolve(const std::string& folder, const std::string& name = "") const
     {
@@ -826,8 +837,10 @@ void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* languag
                 if (name == m_db->installations[i].name)
                     which = i;
             }
+            // A patch configuration written by the installer's differ names its install type
+            // "default" whatever it is called, so a name that matches nothing is told, not fatal.
             if (which < 0)
-                error(element, "no installation is called \"%s\"", name.c_str());
+                note(element, "no installation is called \"%s\"; its translated name is ignored", name.c_str());
             else
                 text(element, "string", language->installation_names[which], DATABASE_TEXT);
         } else if (element.tag == "LICENCE") {
