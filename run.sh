@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the project needs, builds it, packs the sample installer and runs the main job.
+# Installs what the project needs, builds it, packs the sample installer and runs it.
 set -euo pipefail
 top=$(cd "$(dirname "$0")" && pwd)
 cd "$top"
@@ -11,5 +11,20 @@ cd "$top"
 # it the run-time just built.
 build/packer build samples/installer.xml -o build/sample-installer
 
-# The installer exits with status 255 after its usage text, as every early exit of it does.
-./build/installer -h || true
+# The graphical wizard comes with the display layer; until then the sample installs unattended,
+# with or without a display, into a fresh folder under a private home, so nothing of the
+# machine's own desktop changes.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$work/home/Desktop"
+status=0
+HOME="$work/home" XDG_UTILS_INSTALL_MODE=user XDG_DATA_HOME="$work/home/.local/share" \
+    XDG_CONFIG_HOME="$work/home/.config" \
+    build/sample-installer -a -i "$work/installed" || status=$?
+echo
+echo "=== install_log.txt"
+cat "$work/installed/install_log.txt" 2>/dev/null || echo "(no log)"
+echo
+echo "=== installed files"
+(cd "$work/installed" 2>/dev/null && find . -type f | sort) || true
+exit $status
