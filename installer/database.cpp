@@ -168,6 +168,29 @@ const char* shortcut_type_word(INT_U8 type)
 // [SECTION] Records
 // ---------------------------------------------------------------------------------------------
 
+namespace {
+
+// Replaces `array` with `count` fresh records; 0 frees it. False, with no records, for a count
+// outside 0..most or when memory runs out.
+template <typename RECORD>
+bool replace_records(RECORD*& array, INT_S16& array_count, INT_S16 count, INT_S16 most)
+{
+    delete[] array;
+    array = nullptr;
+    array_count = 0;
+    if (count < 0 || count > most)
+        return false;
+    if (count == 0)
+        return true;
+    array = new (std::nothrow) RECORD[count]();
+    if (!array)
+        return false;
+    array_count = count;
+    return true;
+}
+
+} // namespace
+
 INSTALLATION_RECORD::~INSTALLATION_RECORD()
 {
     delete[] files;
@@ -176,34 +199,12 @@ INSTALLATION_RECORD::~INSTALLATION_RECORD()
 
 bool INSTALLATION_RECORD::allocate_files(INT_S16 count)
 {
-    delete[] files;
-    files = nullptr;
-    file_count = 0;
-    if (count < 0)
-        return false;
-    if (count == 0)
-        return true;
-    files = new (std::nothrow) FILE_RECORD[count];
-    if (!files)
-        return false;
-    file_count = count;
-    return true;
+    return replace_records(files, file_count, count, 0x7FFF);
 }
 
 bool INSTALLATION_RECORD::allocate_shortcuts(INT_S16 count)
 {
-    delete[] shortcuts;
-    shortcuts = nullptr;
-    shortcut_count = 0;
-    if (count < 0 || count > DATABASE_MAX_SHORTCUTS)
-        return false;
-    if (count == 0)
-        return true;
-    shortcuts = new (std::nothrow) SHORTCUT_RECORD[count];
-    if (!shortcuts)
-        return false;
-    shortcut_count = count;
-    return true;
+    return replace_records(shortcuts, shortcut_count, count, DATABASE_MAX_SHORTCUTS);
 }
 
 LANGUAGE_RECORD::~LANGUAGE_RECORD()
@@ -218,18 +219,7 @@ const char* LANGUAGE_RECORD::installation_name(INT_S32 index) const
 
 bool LANGUAGE_RECORD::allocate_installation_names(INT_S16 count)
 {
-    delete[] installation_names;
-    installation_names = nullptr;
-    installation_name_count = 0;
-    if (count < 0)
-        return false;
-    if (count == 0)
-        return true;
-    installation_names = new (std::nothrow) DATABASE_TEXT_FIELD[count]();
-    if (!installation_names)
-        return false;
-    installation_name_count = count;
-    return true;
+    return replace_records(installation_names, installation_name_count, count, 0x7FFF);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -485,33 +475,13 @@ void DATABASE::reset()
 
 bool DATABASE::allocate_installations(INT_S16 count)
 {
-    delete[] installations;
-    installations = nullptr;
-    installation_count = 0;
-    if (count < 0 || count > DATABASE_MAX_INSTALLATIONS)
-        return false;
-    if (count == 0)
-        return true;
-    installations = new (std::nothrow) INSTALLATION_RECORD[count];
-    if (!installations)
-        return false;
-    installation_count = count;
-    return true;
+    return replace_records(installations, installation_count, count, DATABASE_MAX_INSTALLATIONS);
 }
 
 bool DATABASE::allocate_languages(INT_S16 count)
 {
-    delete[] languages;
-    languages = nullptr;
-    language_count = 0;
-    if (count < 0 || count > DATABASE_MAX_LANGUAGES)
+    if (!replace_records(languages, language_count, count, DATABASE_MAX_LANGUAGES))
         return false;
-    if (count == 0)
-        return true;
-    languages = new (std::nothrow) LANGUAGE_RECORD[count];
-    if (!languages)
-        return false;
-    language_count = count;
     for (INT_S16 i = 0; i < count; ++i) {
         if (!languages[i].allocate_installation_names(installation_count)) {
             delete[] languages;
