@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "data_file.h"
+#include "folder.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -102,36 +105,41 @@ INT_U32 row_peak(const IMAGE& image, INT_S32 y)
     return peak;
 }
 
-// Stored references: a text line "orlu-rgba <width> <height>\n", then the pixels as R, G, B, A
-// bytes, row by row. ORLU_UPDATE_REFERENCES=1 in the environment writes them anew.
+// Stored references are PNG files, read and written with the project's own PNG code.
+// ORLU_UPDATE_REFERENCES=1 in the environment writes them anew.
 void compare_with_reference(const IMAGE& image, const char* name)
 {
-    std::string path = reference_folder + "/" + name;
-    std::string header = "orlu-rgba " + std::to_string(image.width) + " " + std::to_string(image.height) + "\n";
-    std::string pixels;
-    for (INT_S32 y = 0; y < image.height; y++)
-        pixels.append(reinterpret_cast<const char*>(image.row(y)), static_cast<size_t>(image.width) * 4);
+    FOLDER folder;
+    ASSERT_TRUE(folder.set_raw(reference_folder.c_str()));
     const char* update = getenv("ORLU_UPDATE_REFERENCES");
     if (update && strcmp(update, "1") == 0) {
-        ASSERT_TRUE(write_file(path, header + pixels));
+        DATA_FILE* out = folder.open_data_file(name, FILE_WRITE, 0, false);
+        ASSERT_NE(out, nullptr);
+        ASSERT_TRUE(image.save_png(out));
+        FOLDER::close_data_file(&out);
     }
 
-    std::string stored = read_file(path);
-    ASSERT_GT(stored.size(), header.size()) << "no reference " << path;
-    ASSERT_EQ(stored.substr(0, header.size()), header);
-    ASSERT_EQ(stored.size(), header.size() + pixels.size());
+    IMAGE stored;
+    ASSERT_TRUE(stored.load_png(folder, name)) << "no reference " << reference_folder << "/" << name;
+    ASSERT_EQ(stored.width, image.width);
+    ASSERT_EQ(stored.height, image.height);
     // Another FreeType may hint an edge a little differently: the sum of differences must stay
     // small and few pixels may differ by much.
     INT_U64 total = 0;
     size_t far_off = 0;
-    for (size_t i = 0; i < pixels.size(); i++) {
-        int difference = abs(static_cast<unsigned char>(pixels[i]) - static_cast<unsigned char>(stored[header.size() + i]));
-        total += static_cast<INT_U64>(difference);
-        far_off += difference > 96;
+    size_t bytes = static_cast<size_t>(image.width) * 4;
+    for (INT_S32 y = 0; y < image.height; y++) {
+        const unsigned char* got = reinterpret_cast<const unsigned char*>(image.row(y));
+        const unsigned char* want = reinterpret_cast<const unsigned char*>(stored.row(y));
+        for (size_t i = 0; i < bytes; i++) {
+            int difference = abs(got[i] - want[i]);
+            total += static_cast<INT_U64>(difference);
+            far_off += difference > 96;
+        }
     }
-    double mean = static_cast<double>(total) / static_cast<double>(pixels.size());
-    EXPECT_LT(mean, 3.0) << name;
-    EXPECT_LT(static_cast<double>(far_off) / static_cast<double>(pixels.size()), 0.02) << name;
+    double count = static_cast<double>(bytes) * image.height;
+    EXPECT_LT(static_cast<double>(total) / count, 3.0) << name;
+    EXPECT_LT(static_cast<double>(far_off) / count, 0.02) << name;
 }
 
 } // namespace
@@ -447,7 +455,7 @@ TEST_F(IMAGE_TEXT, effects_match_the_stored_reference)
     image.draw_text(4, 74, COLOUR_ORANGE, COLOUR_T_NAVY, COLOUR_CYAN, MONO, 18, 18,
         "Under\x02" "255,0,255,0\x02" "lined", 0);
     image.draw_text(4, 96, COLOUR_WHITE, COLOUR_INVISIBLE, COLOUR_INVISIBLE, SANS, 20, 20, "Reflect gy", TEXT_REFLECT);
-    compare_with_reference(image, "text_effects.rgba");
+    compare_with_reference(image, "text_effects.png");
 }
 
 TEST_F(IMAGE_TEXT, a_wrapped_box_matches_the_stored_reference)
@@ -458,5 +466,5 @@ TEST_F(IMAGE_TEXT, a_wrapped_box_matches_the_stored_reference)
         "The installer copies the files, writes its log and then creates the menu entries for "
         "everything it installed on this machine.",
         0);
-    compare_with_reference(image, "text_box.rgba");
+    compare_with_reference(image, "text_box.png");
 }
