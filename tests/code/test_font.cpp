@@ -230,6 +230,8 @@ TEST(FONT_SYSTEM, autoload_takes_every_built_in_font_from_the_font_folder)
     home.make("app/data");
     ASSERT_EQ(symlink(font_folder_path.c_str(), (home.app + "/data/fonts").c_str()), 0);
     RUN_RESULT run = run_in_child([] {
+        // Other tests of this program switch the loading off; the child starts as a program would.
+        autoload_fonts = true;
         start_font_system();
         for (INT_S16 number = 0; number < BUILT_IN_FONT_COUNT; number++) {
             if (!font_is_loaded(number) || strcmp(font_record(number)->display_name, font_display_name(number)) != 0)
