@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utime.h>
 
@@ -231,4 +233,55 @@ TEST_F(UNATTENDED, a_full_disk_is_reported_and_the_run_ends_cleanly)
     EXPECT_NE(run.status, -1) << "killed instead of reporting";
     EXPECT_NE(run.output.find("ERROR: the installation data cannot be unpacked"), std::string::npos) << run.output;
     EXPECT_FALSE(exists(target));
+}
+
+TEST_F(UNATTENDED, an_interrupted_run_leaves_no_temporary_package)
+{
+    // Enough data that the run is still busy when the interrupt comes.
+    std::string noise(24 * 1024 * 1024, 0);
+    unsigned state = 1;
+    for (char& byte : noise) {
+        state = state * 1103515245u + 12345u;
+        byte = static_cast<char>(state >> 16);
+    }
+    ASSERT_TRUE(write_file(source + "/payload/data.bin", noise));
+    pack(standard_files());
+    // The run's private temporary folder lies under the home's "tmp".
+    mkdir((home + "/tmp").c_str(), 0755);
+
+    int pipe_fds[2];
+    ASSERT_EQ(pipe(pipe_fds), 0);
+    pid_t pid = fork();
+    if (pid == 0) {
+        setenv("HOME", home.c_str(), 1);
+        setenv("DISPLAY", "", 1);
+        dup2(pipe_fds[1], STDOUT_FILENO);
+        close(pipe_fds[0]);
+        execl(installer.c_str(), installer.c_str(), "-a", "-i", target.c_str(), "-k", "none", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(pipe_fds[1]);
+    // The first progress line means the handlers are in place and the unpacking is under way.
+    std::string output;
+    char chunk[256];
+    while (output.find("Unpacking") == std::string::npos) {
+        ssize_t got = read(pipe_fds[0], chunk, sizeof chunk);
+        if (got <= 0)
+            break;
+        output.append(chunk, static_cast<size_t>(got));
+    }
+    kill(pid, SIGINT);
+    for (ssize_t got; (got = read(pipe_fds[0], chunk, sizeof chunk)) > 0;)
+        output.append(chunk, static_cast<size_t>(got));
+    close(pipe_fds[0]);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status)) << "the run died of the signal instead of ending itself";
+    if (output.find("Interrupted\n") != std::string::npos) {
+        EXPECT_EQ(WEXITSTATUS(status), 1);
+    }
+
+    // Whether it stopped half-way or had just finished, the package is gone.
+    std::string listing = run_program("/usr/bin/find", { home + "/tmp", "-name", "installer.pkg" }).output;
+    EXPECT_EQ(listing, "");
 }
