@@ -9,6 +9,9 @@ cd "$top"
 ./scripts/install-deps.sh
 
 status=0
+echo "=== layers"
+./scripts/check-layers.sh || status=1
+
 for flavour in normal asan; do
     echo "=== build: $flavour"
     ./scripts/build.sh "$flavour"

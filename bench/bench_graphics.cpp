@@ -12,7 +12,7 @@
 #include <functional>
 #include <vector>
 
-#include "image.h"
+#include "graphics/image.h"
 
 namespace {
 

@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
-#include "folder.h"
-#include "package.h"
+#include "io/folder.h"
+#include "io/package.h"
 
 namespace {
 

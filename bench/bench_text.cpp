@@ -10,10 +10,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "colour.h"
-#include "folder.h"
-#include "font.h"
-#include "image.h"
+#include "graphics/colour.h"
+#include "io/folder.h"
+#include "graphics/font.h"
+#include "graphics/image.h"
 
 namespace {
 

@@ -9,15 +9,15 @@
 #include <cstring>
 #include <new>
 
-#include "application_frame.h"
-#include "database.h"
-#include "host.h"
-#include "installer_debug.h"
-#include "installer_options.h"
-#include "own_data_set.h"
-#include "patch_differ.h"
-#include "skin.h"
-#include "unattended.h"
+#include "frame/application_frame.h"
+#include "installer/engine/database.h"
+#include "host/host.h"
+#include "installer/engine/installer_debug.h"
+#include "installer/engine/installer_options.h"
+#include "installer/engine/own_data_set.h"
+#include "installer/engine/patch_differ.h"
+#include "installer/engine/skin.h"
+#include "installer/engine/unattended.h"
 
 namespace {
 
@@ -113,5 +113,12 @@ void application_shutdown()
     delete_temporary_package();
 }
 
-void application_reserved_a() {}
-void application_reserved_b() {}
+extern const APPLICATION_RECORD installer_application_record;
+
+int main(int argc, char** argv, char** envp)
+{
+    static const APPLICATION installer_application = {
+        &installer_application_record, application_start, application_update, application_shutdown,
+    };
+    return run_application_frame(argc, argv, envp, installer_application);
+}

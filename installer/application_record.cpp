@@ -1,9 +1,10 @@
 // The installer's application record: what the frame and the system report know of the program.
 
-#include "application_frame.h"
-#include "installer_icon.h"
+#include "frame/application_frame.h"
+#include "installer/installer_icon.h"
 
-APPLICATION_RECORD application_record = {
+extern const APPLICATION_RECORD installer_application_record;
+const APPLICATION_RECORD installer_application_record = {
     "Installer 1.14", // app_name
     0,                // exit_message
     installer_icon_xpm,

@@ -1,7 +1,7 @@
 // The program icon as XPM text lines: 64 by 64 pixels, 837 colours, 2 characters a pixel.
 // A box with an arrow into it, generated once by a small script.
 
-#include "installer_icon.h"
+#include "installer/installer_icon.h"
 
 const char* const installer_icon_xpm[] = {
     "64 64 837 2",

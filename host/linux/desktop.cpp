@@ -6,7 +6,7 @@
 // [SECTION] Browser and files
 // [SECTION] Speech
 
-#include "desktop.h"
+#include "host/desktop.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -21,8 +21,8 @@
 #include <cstring>
 #include <strings.h>
 
-#include "host_internal.h"
-#include "system_info.h"
+#include "host/linux/host_internal.h"
+#include "host/system_info.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Names and paths

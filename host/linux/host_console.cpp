@@ -13,8 +13,8 @@
 #include <ctime>
 #include <new>
 
-#include "host.h"
-#include "host_internal.h"
+#include "host/host.h"
+#include "host/linux/host_internal.h"
 
 void host_print(const char* text)
 {

@@ -1,13 +1,13 @@
 // The X display connection of the host layer. The window itself is opened by the display code;
 // until a window is open these have nothing to release.
 
-#include "host_internal.h"
+#include "host/linux/host_internal.h"
 
 void host_close_display() {}
 void host_close_input_devices() {}
 void host_release_grabs() {}
 
-#include "host.h"
+#include "host/host.h"
 
 namespace {
 INT_S32 idle_milliseconds = 50;

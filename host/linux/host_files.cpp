@@ -1,15 +1,14 @@
-// The file system under FOLDER on Linux: default folders, path tests, file operations and
-// directory listings.
+// The file system on Linux, in plain paths: the program's own folder, the private temporary
+// folder, path tests, file operations and directory listings.
 //
 // [SECTION] Application name and folder
-// [SECTION] Default folders
 // [SECTION] The private temporary folder
 // [SECTION] Path tests and folders
 // [SECTION] Files
 // [SECTION] Listings
 // [SECTION] Streams
 
-#include "host_files.h"
+#include "host/host_files.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -23,8 +22,8 @@
 #include <new>
 #include <strings.h>
 
-#include "folder.h"
-#include "system_info.h"
+#include "host/host.h"
+#include "host/system_info.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Application name and folder
@@ -32,17 +31,15 @@
 
 namespace {
 
-// The link to the running executable; false when it cannot be read. The executable does not
-// move while it runs, and every folder starts from it, so the link is read once.
+// The running executable's path. The executable does not move while it runs, and every folder
+// starts from it, so the link is read once.
 bool read_own_path(char* out)
 {
     static char own[ORLU_MAX_PATH];
     static bool known = false;
     if (!known) {
-        ssize_t length = readlink("/proc/self/exe", own, ORLU_MAX_PATH - 1);
-        if (length <= 0)
+        if (!host_executable_path(own, sizeof own))
             return false;
-        own[length] = 0;
         known = true;
     }
     memcpy(out, own, ORLU_MAX_PATH);
@@ -50,6 +47,19 @@ bool read_own_path(char* out)
 }
 
 } // namespace
+
+bool host_own_folder(char* out, size_t size)
+{
+    char own[ORLU_MAX_PATH];
+    if (!read_own_path(own))
+        return false;
+    char* slash = strrchr(own, '/');
+    if (slash == own)
+        own[1] = 0;
+    else if (slash)
+        *slash = 0;
+    return snprintf(out, size, "%s", own) < static_cast<int>(size);
+}
 
 const char* host_application_name()
 {
@@ -91,8 +101,9 @@ void remove_made_temp_folder()
         rmdir(made_temp_folder);
 }
 
-// The candidate if it is private, or is made now as private; otherwise a fresh folder beside it.
-bool private_temp_folder(const char* candidate, bool create, char* out)
+} // namespace
+
+bool host_private_temp_folder(const char* candidate, bool create, char* out)
 {
     if (remembered_candidate[0] && !strcmp(candidate, remembered_candidate) && is_private_folder(remembered_temp)) {
         snprintf(out, ORLU_MAX_PATH, "%s", remembered_temp);
@@ -122,134 +133,6 @@ bool private_temp_folder(const char* candidate, bool create, char* out)
     snprintf(remembered_candidate, sizeof remembered_candidate, "%s", candidate);
     snprintf(remembered_temp, sizeof remembered_temp, "%s", out);
     return true;
-}
-
-bool temp_default(FOLDER* folder, const char* name, bool create)
-{
-    char base[ORLU_MAX_PATH];
-    snprintf(base, sizeof base, "%s/tmp", home_directory());
-    if (!host_is_folder(base))
-        snprintf(base, sizeof base, "/tmp");
-    // One element only: the name must not lead anywhere but into the base.
-    char element[256];
-    snprintf(element, sizeof element, "%.255s", name);
-    for (char* c = element; *c; ++c) {
-        if (*c == '/')
-            *c = '-';
-    }
-    if (!element[0] || !strcmp(element, ".") || !strcmp(element, ".."))
-        return false;
-    char candidate[ORLU_MAX_PATH];
-    char chosen[ORLU_MAX_PATH];
-    if (snprintf(candidate, sizeof candidate, "%s/%s", base, element) >= ORLU_MAX_PATH)
-        return false;
-    return private_temp_folder(candidate, create, chosen) && folder->set_raw(chosen);
-}
-
-} // namespace
-
-// ---------------------------------------------------------------------------------------------
-// [SECTION] Default folders
-// ---------------------------------------------------------------------------------------------
-
-namespace {
-
-// Makes "$HERE/<text>" from `base`, or nothing. The folder changes only on success.
-bool make_from(FOLDER* folder, const char* base, const char* text)
-{
-    FOLDER here;
-    FOLDER made;
-    if (!here.set_raw(base))
-        return false;
-    if (!made.set(text, true, &here))
-        return false;
-    *folder = made;
-    return true;
-}
-
-// The user finds saved files under Documents: a link there, named after the application, points
-// at the hidden preferences folder. Made once; from then on the hidden path is used.
-void link_into_documents(FOLDER* folder, const char* name)
-{
-    char documents[ORLU_MAX_PATH];
-    snprintf(documents, sizeof documents, "%s/Documents", home_directory());
-    if (!host_is_folder(documents))
-        return;
-    char element[256];
-    snprintf(element, sizeof element, "%.255s", name);
-    for (char* c = element; *c; ++c) {
-        if (*c == '/')
-            *c = '-';
-    }
-    char link_path[ORLU_MAX_PATH];
-    if (snprintf(link_path, sizeof link_path, "%s/%s", documents, element) >= ORLU_MAX_PATH)
-        return;
-    if (host_path_taken(link_path) || !host_make_link(folder->path(), link_path))
-        return;
-    (void)folder->set_raw(link_path);
-}
-
-} // namespace
-
-bool host_default_path(FOLDER* folder, INT_S32 kind, const char* name, bool create)
-{
-    if (!folder)
-        return false;
-    const char* app_name = name && name[0] ? name : host_application_name();
-    const char* home = home_directory();
-    char path[ORLU_MAX_PATH];
-    char text[ORLU_MAX_PATH];
-
-    switch (kind) {
-    case HOST_APP: {
-        char own[ORLU_MAX_PATH];
-        if (read_own_path(own)) {
-            char* slash = strrchr(own, '/');
-            if (slash == own)
-                own[1] = 0;
-            else if (slash)
-                *slash = 0;
-            if (folder->set_raw(own))
-                return true;
-        }
-        return folder->set_raw(home) || folder->set_raw("/");
-    }
-    case HOST_USER_APP:
-    case HOST_USER_DATA:
-    case HOST_USER_PREFS:
-    case HOST_USER_SAVES: {
-        static const char* const leaves[] = { "bin", "data", "custdata", "savedata" };
-        const char* leaf = leaves[kind - HOST_USER_APP];
-        if (snprintf(path, sizeof path, "%s/.%s/%s", home, app_name, leaf) >= ORLU_MAX_PATH
-            || snprintf(text, sizeof text, "$HERE/.%s/%s", app_name, leaf) >= ORLU_MAX_PATH)
-            return false;
-        bool ok = folder->set_raw(path) || (create && make_from(folder, home, text));
-        if (ok && kind == HOST_USER_PREFS)
-            link_into_documents(folder, app_name);
-        return ok;
-    }
-    case HOST_SYS_APP:
-    case HOST_SYS_DATA:
-    case HOST_SYS_PREFS: {
-        static const char* const leaves[] = { "bin", "data", "custdata" };
-        const char* leaf = leaves[kind - HOST_SYS_APP];
-        if (snprintf(path, sizeof path, "/opt/%s/%s", app_name, leaf) >= ORLU_MAX_PATH
-            || snprintf(text, sizeof text, "$HERE/%s/%s", app_name, leaf) >= ORLU_MAX_PATH)
-            return false;
-        if (folder->set_raw(path))
-            return true;
-        if (!create || !make_from(folder, "/opt", text))
-            return false;
-        // Shared data is written by every user of the machine.
-        if (kind == HOST_SYS_DATA)
-            (void)host_set_permissions(folder->path(), 0777);
-        return true;
-    }
-    case HOST_TEMP:
-        return temp_default(folder, app_name, create);
-    default:
-        return false;
-    }
 }
 
 // ---------------------------------------------------------------------------------------------

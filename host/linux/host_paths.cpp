@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host.h"
+#include "host/host.h"
 
 bool host_split_user_path(const char* path, char* folder, size_t folder_size, char* name, size_t name_size)
 {

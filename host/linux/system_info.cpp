@@ -18,7 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "system_info.h"
+#include "host/system_info.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Home directory

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <initializer_list>
 
-#include "config_file.h"
-#include "folder.h"
+#include "io/config_file.h"
+#include "io/folder.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <new>
 
-#include "installer/database.h"
+#include "installer/engine/database.h"
 #include "memory_device.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

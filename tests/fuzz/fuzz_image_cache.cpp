@@ -1,8 +1,8 @@
 // Fuzz target for the image cache's stream form. The first byte chooses the byte order; the rest
 // is the stream. A cache that reads must save the same number of entries, read that back, answer
 // requests for its entries without touching a file, and survive resizing and filtering them.
-#include "image_cache.h"
-#include "image_files.h"
+#include "graphics/image_cache.h"
+#include "graphics/image_files.h"
 
 #include "memory_device.h"
 

@@ -1,8 +1,8 @@
 // Fuzz target for the JPEG reader. The first two bytes choose the size to resample to while
 // reading (0 keeps the file's side), so the nearest-neighbour paths run too; the rest is the file.
 // A picture that reads must be opaque and must write back as a JPEG that reads again.
-#include "image.h"
-#include "image_files.h"
+#include "graphics/image.h"
+#include "graphics/image_files.h"
 
 #include "memory_device.h"
 

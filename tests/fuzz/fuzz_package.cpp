@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <initializer_list>
 
-#include "folder.h"
-#include "package.h"
+#include "io/folder.h"
+#include "io/package.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Fuzz target for the PARAMETER stream reader. The first byte chooses the byte order; the rest is
 // the stream. A stream that reads must write back and read again to the same bytes, and every
 // conversion of every slot must stay inside its buffer.
-#include "parameter.h"
+#include "base/parameter.h"
 
 #include "memory_device.h"
 

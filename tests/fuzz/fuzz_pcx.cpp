@@ -1,7 +1,7 @@
 // Fuzz target for the PCX reader. The first byte chooses the byte order of the header; the rest is
 // the file. A picture that reads must write back and read again at the same size.
-#include "image.h"
-#include "image_files.h"
+#include "graphics/image.h"
+#include "graphics/image_files.h"
 
 #include "memory_device.h"
 

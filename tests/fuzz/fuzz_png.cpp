@@ -1,7 +1,7 @@
 // Fuzz target for the PNG reader. A picture that reads must write back and read again to the
 // same pixels: PNG is lossless both ways for 8-bit RGBA.
-#include "image.h"
-#include "image_files.h"
+#include "graphics/image.h"
+#include "graphics/image_files.h"
 
 #include "memory_device.h"
 

@@ -1,8 +1,8 @@
 // Fuzz target for the raw image stream and compiled-in image arrays. The first byte chooses the
 // byte order and which reader runs. Both formats are lossless: a picture that reads must write
 // back and read again to the same pixels.
-#include "image.h"
-#include "image_files.h"
+#include "graphics/image.h"
+#include "graphics/image_files.h"
 
 #include "memory_device.h"
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "memory_device.h"
-#include "wm_style_set.h"
+#include "wm/core/wm_style_set.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

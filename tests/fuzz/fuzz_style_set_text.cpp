@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "folder.h"
-#include "wm_style_set.h"
+#include "io/folder.h"
+#include "wm/core/wm_style_set.h"
 
 namespace {
 

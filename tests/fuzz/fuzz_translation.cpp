@@ -1,7 +1,7 @@
 // Fuzz target for the language file reader: XML_PARSER over expat, the UTF-8 conversion and
 // TRANSLATION_PARSER with its table. Errors are reported without ending the process, so that
 // every path through the reader, bad files included, is explored.
-#include "translation.h"
+#include "io/translation.h"
 
 #include "memory_device.h"
 

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "folder.h"
-#include "system_info.h"
+#include "io/folder.h"
+#include "host/system_info.h"
 #include "test_support.h"
 
 class FAKE_HOME {

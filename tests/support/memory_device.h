@@ -2,7 +2,7 @@
 // without a file. Reads stop at the end of the bytes; writes extend them.
 #pragma once
 
-#include "data_device.h"
+#include "base/data_device.h"
 
 #include <algorithm>
 #include <cstring>

@@ -7,12 +7,12 @@
 #include <memory>
 #include <string>
 
-#include "application_frame.h"
-#include "folder.h"
-#include "installer/data_set.h"
-#include "installer/database.h"
-#include "package.h"
-#include "stamp.h"
+#include "frame/application_frame.h"
+#include "io/folder.h"
+#include "installer/engine/data_set.h"
+#include "installer/engine/database.h"
+#include "io/package.h"
+#include "io/stamp.h"
 #include "test_support.h"
 
 namespace {

@@ -26,21 +26,21 @@
 #include <string>
 #include <vector>
 
-#include "data_file.h"
-#include "error_report.h"
-#include "folder.h"
-#include "host.h"
-#include "host_files.h"
-#include "image_cache.h"
-#include "installer/data_set.h"
-#include "installer/database.h"
-#include "installer/installer_options.h"
-#include "installer/skin.h"
+#include "io/data_file.h"
+#include "base/error_report.h"
+#include "io/folder.h"
+#include "host/host.h"
+#include "host/host_files.h"
+#include "graphics/image_cache.h"
+#include "installer/engine/data_set.h"
+#include "installer/engine/database.h"
+#include "installer/engine/installer_options.h"
+#include "installer/engine/skin.h"
 #include "installer_config.h"
-#include "package.h"
+#include "io/package.h"
 #include "packer_common.h"
-#include "stamp.h"
-#include "wm_style_set.h"
+#include "io/stamp.h"
+#include "wm/core/wm_style_set.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Options and progress

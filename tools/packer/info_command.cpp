@@ -10,15 +10,15 @@
 #include <new>
 #include <vector>
 
-#include "data_file.h"
-#include "error_report.h"
-#include "folder.h"
-#include "image_cache.h"
-#include "installer/data_set.h"
-#include "installer/database.h"
-#include "package.h"
+#include "io/data_file.h"
+#include "base/error_report.h"
+#include "io/folder.h"
+#include "graphics/image_cache.h"
+#include "installer/engine/data_set.h"
+#include "installer/engine/database.h"
+#include "io/package.h"
 #include "packer_common.h"
-#include "stamp.h"
+#include "io/stamp.h"
 
 namespace {
 

@@ -18,15 +18,15 @@
 #include <cstring>
 #include <string>
 
-#include "data_file.h"
-#include "installer/database.h"
-#include "folder.h"
-#include "font.h"
-#include "host.h"
-#include "host_files.h"
-#include "installer/installer_options.h"
-#include "orlu_string.h"
-#include "xml_parser.h"
+#include "io/data_file.h"
+#include "installer/engine/database.h"
+#include "io/folder.h"
+#include "graphics/font.h"
+#include "host/host.h"
+#include "host/host_files.h"
+#include "installer/engine/installer_options.h"
+#include "base/orlu_string.h"
+#include "io/xml_parser.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Errors and paths

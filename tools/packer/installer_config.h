@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "orlu_types.h"
+#include "base/orlu_types.h"
 
 class DATABASE;
 

@@ -3,7 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "host.h"
+#include "host/host.h"
 
 int packer_error(const char* format, ...)
 {

@@ -1,8 +1,8 @@
 // Shared by the packer's commands: messages and files named on the command line.
 #pragma once
 
-#include "folder.h"
-#include "orlu_types.h"
+#include "io/folder.h"
+#include "base/orlu_types.h"
 
 // Exit statuses: 0 done, 1 the work failed, 2 the command line was wrong.
 constexpr int PACKER_OK = 0;

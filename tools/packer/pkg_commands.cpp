@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "error_report.h"
-#include "package.h"
+#include "base/error_report.h"
+#include "io/package.h"
 #include "packer_common.h"
 
 namespace {

@@ -7,8 +7,9 @@
 #include <string>
 
 #include "fake_home.h"
-#include "folder.h"
-#include "host_files.h"
+#include "io/folder.h"
+#include "host/host_files.h"
+#include "io/default_folders.h"
 #include "test_support.h"
 
 namespace {
@@ -193,11 +194,11 @@ TEST(HOST_FILES, listing_orders_and_matches)
 TEST(HOST_FILES, application_folder_is_the_executable_folder)
 {
     FOLDER app;
-    ASSERT_TRUE(host_default_path(&app, HOST_APP, nullptr, false));
+    ASSERT_TRUE(default_folder_path(&app, HOST_APP, nullptr, false));
     char own[ORLU_MAX_PATH] = {};
     ASSERT_GT(readlink("/proc/self/exe", own, sizeof own - 1), 0);
     std::string own_path = own;
     EXPECT_EQ(std::string(app.path()), own_path.substr(0, own_path.rfind('/')));
     EXPECT_STREQ(host_application_name(), own_path.substr(own_path.rfind('/') + 1).c_str());
-    EXPECT_FALSE(host_default_path(&app, 99, nullptr, true));
+    EXPECT_FALSE(default_folder_path(&app, 99, nullptr, true));
 }

@@ -1,9 +1,0 @@
-// What the installer's -v prints: the default folders on the "Default Path Trace" channel.
-
-#include "debug_stream.h"
-#include "folder.h"
-
-void trace_default_paths()
-{
-    log_default_paths();
-}

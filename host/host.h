@@ -1,0 +1,62 @@
+// What the framework core asks of the host layer (host/linux). Nothing outside host/linux
+// includes a system header for windows, processes or terminals; it calls these instead.
+#pragma once
+
+#include "base/orlu_types.h"
+
+// Prints on standard output and flushes.
+void host_print(const char* text);
+void host_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Shows a message in a box outside any window, falling back to the console when no message
+// program can run. Tools are started with an argument vector, never through a shell.
+void message_box(const char* title, const char* text);
+void show_system_message(const char* title, const char* text);
+
+// Leaves any changed display mode, closes the display and the input devices, prints
+// "\nError, unable to continue...\n\n%s\n\n" when text is not null, and exits with status -1.
+[[noreturn]] void host_shutdown(const char* text);
+// The same shutdown, silent, ending the process with the given status.
+[[noreturn]] void host_exit(INT_S32 status);
+
+// True when the standard stream (1 output, 2 error) is a terminal, so that tools show progress
+// lines only to a person watching.
+[[nodiscard]] bool host_is_terminal(INT_S32 stream);
+
+// Milliseconds of process clock: times() scaled by the clock tick.
+INT_U32 milliseconds_now();
+
+// "%s, %02d %s %04d %02d:%02d:%02d GMT" of now, in a shared buffer.
+const char* time_stamp_now();
+
+// Drains pending window events into the input state, waiting up to the idle time when nothing
+// on screen changed.
+void host_pump_events();
+// After the application's shutdown: closes the window and the display, frees cursors and the
+// host's devices.
+void host_end_of_run();
+
+// Splits a path as the user typed it into an absolute folder and the last name. A relative path
+// is taken from the working folder. False when the folder part does not exist or the result
+// would not fit ORLU_MAX_PATH.
+bool host_split_user_path(const char* path, char* folder, size_t folder_size, char* name, size_t name_size);
+
+// The working folder of the process. False when it cannot be told or does not fit.
+bool host_working_folder(char* out, size_t size);
+
+// How long the event pump may sleep when nothing on screen changed: 50 milliseconds normally,
+// 0 while files are being installed so that the loop does not wait between them.
+void set_idle_wait(INT_S32 milliseconds);
+[[nodiscard]] INT_S32 idle_wait();
+
+// Signals. The handler the host installs for `signals` records each one as pending and calls
+// `on_signal` (which may only set flags: it runs inside the handler); the main loop takes them
+// one at a time, lowest first, with host_take_pending_signal, which answers 0 when none is left.
+// A file that reaches the size limit is a failed write to report, not a reason to die, so SIGXFSZ
+// is ignored from then on.
+void host_catch_signals(const int* signals, INT_S32 count, void (*on_signal)(int signal_number));
+[[nodiscard]] int host_take_pending_signal();
+
+// The full path of the running executable, through the link the system keeps for it. False when
+// it cannot be read or does not fit.
+[[nodiscard]] bool host_executable_path(char* out, size_t size);

@@ -1,0 +1,333 @@
+// The file installation engine.
+//
+// [SECTION] State
+// [SECTION] The log
+// [SECTION] Opening
+// [SECTION] One file
+// [SECTION] Shortcuts and closing
+
+#include "installer/engine/install_engine.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "installer/engine/database.h"
+#include "host/desktop.h"
+#include "io/folder.h"
+#include "host/host.h"
+#include "host/host_files.h"
+#include "io/package.h"
+#include "io/text_file.h"
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] State
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+INT_S16 step_counter = 0;
+INT_S16 step_total = 0;
+INT_U8 error_count = 0;
+bool have_log_folder = false;
+// Constructed on first use: the folders it depends on are not ready during static start-up.
+FOLDER& log_folder()
+{
+    static FOLDER folder;
+    return folder;
+}
+FOLDER& install_root()
+{
+    static FOLDER folder;
+    return folder;
+}
+
+const char* const LOG_NAME = "install_log.txt";
+
+// Sets `folder` from a destination text relative to the install root: an empty text is the
+// root itself.
+bool set_relative(FOLDER* folder, const char* text, bool create, bool create_variable, bool no_fallback)
+{
+    *folder = install_root();
+    if (!text || !text[0])
+        return true;
+    return folder->set(text, create, &install_root(), create_variable, no_fallback);
+}
+
+} // namespace
+
+INT_S16 install_step_counter() { return step_counter; }
+INT_S16 install_step_total() { return step_total; }
+INT_U8 install_error_count() { return error_count; }
+
+void reset_install_steps()
+{
+    step_counter = 0;
+    step_total = 0;
+}
+
+void install_status_text(const char* destination, const char* name, char* out, size_t size)
+{
+    size_t length = strlen(destination);
+    const char* separator = length > 0 && destination[length - 1] == '/' ? "" : "/";
+    char text[ORLU_MAX_PATH * 2];
+    snprintf(text, sizeof text, "%s%s%s", destination, separator, name);
+    const char* shown = text;
+    if (text[0] == '$') {
+        const char* slash = strchr(text, '/');
+        shown = slash ? slash : "";
+    }
+    snprintf(out, size, "%s", shown);
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The log
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// Every line opens and closes the log, so that a crash leaves all that was written so far.
+// Paths are written as their bytes stand.
+void append_to_log(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void append_to_log(const char* format, ...)
+{
+    if (!have_log_folder)
+        return;
+    TEXT_FILE* file = log_folder().open_text_file(LOG_NAME, FILE_UPDATE, false);
+    if (!file)
+        return;
+    file->set_decode_utf8(false);
+    char line[ORLU_MAX_PATH * 4];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    file->write_string(line);
+    FOLDER::close_text_file(&file);
+}
+
+bool write_log_header(const DATABASE& database)
+{
+    TEXT_FILE* file = log_folder().open_text_file(LOG_NAME, FILE_WRITE, false);
+    if (!file)
+        return false;
+    file->set_decode_utf8(false);
+    char line[ORLU_MAX_PATH * 2];
+    file->write_string("Installed Files\n---------------\n\n");
+    snprintf(line, sizeof line, "Language: %s\n", database.text(LANGUAGE_KEY::LANGUAGE_TITLE));
+    file->write_string(line);
+    snprintf(line, sizeof line, "Settings: %d %d %s\n", static_cast<int>(database.installation_id),
+        database.use_system_paths, database.install_path);
+    file->write_string(line);
+    snprintf(line, sizeof line, "%s\n", database.desktop_check_text);
+    file->write_string(line);
+    FOLDER::close_text_file(&file);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Opening
+// ---------------------------------------------------------------------------------------------
+
+void open_run(DATABASE* database, INSTALL_REPORTER* reporter)
+{
+    INSTALLATION_RECORD& installation = database->installations[database->current_installation];
+    set_idle_wait(0);
+    error_count = 0;
+    if (!database->system_info.system_folders || !installation.allow_system_paths)
+        database->use_system_paths = 0;
+    step_total = static_cast<INT_S16>(installation.file_count + 1);
+
+    if (!database->package) {
+        PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
+        if (!package || !package->is_open()) {
+            delete package;
+            return; // the next frame tries again
+        }
+        database->package = package;
+    }
+    step_counter = 1;
+    reporter->set_install_status(0, database->text(LANGUAGE_KEY::INSTALLING_STRING));
+
+    // From here until the closing step, "$APP" and the variables that hang on it are the
+    // install root.
+    FOLDER application("$app");
+    set_base_path(&application, database->app_string);
+    FOLDER& root = install_root();
+    root = application;
+    bool root_ok = database->use_system_paths
+        ? root.set("$SYSAPP", false, nullptr, true, true)
+        : root.set(database->install_path, true, nullptr, true);
+    set_base_path(&root, database->app_string);
+
+    bool system_log = database->log_system_dest_path[0] && database->use_system_paths;
+    bool log_ok = set_relative(&log_folder(), system_log ? database->log_system_dest_path : database->log_dest_path,
+        true, system_log, system_log);
+    have_log_folder = log_ok;
+    if (!root_ok || !log_ok) {
+        clear_base_path();
+        reporter->path_error();
+        return;
+    }
+    if (!write_log_header(*database)) {
+        reporter->log_error(log_folder().path_text(LOG_NAME));
+        return;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] One file
+// ---------------------------------------------------------------------------------------------
+
+void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file)
+{
+    bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
+    const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
+    FOLDER folder;
+    bool folder_ok = set_relative(&folder, destination, true, false, false);
+    const char* name = file.destination_name();
+
+    char status[ORLU_MAX_PATH * 2];
+    install_status_text(destination, name, status, sizeof status);
+    reporter->set_install_status(step_counter * 100 / step_total, status);
+
+    // The full path of the file; when its folder could not be made, the path it was meant for.
+    char path[ORLU_MAX_PATH * 2];
+    if (folder_ok || strncmp(destination, "$HERE", 5) != 0)
+        snprintf(path, sizeof path, "%s", folder.path_text(name));
+    else
+        snprintf(path, sizeof path, "%s%s", install_root().path(), status);
+
+    INSTALL_RESULT result = INSTALL_INSTALLED;
+    if (folder_ok) {
+        bool wanted = true;
+        HOST_FILE_INFO info;
+        bool present = host_file_info(path, &info);
+        if (file.overwrite == OVERWRITE_WHEN_ABSENT)
+            wanted = !present;
+        else if (file.overwrite == OVERWRITE_WHEN_OLDER && present)
+            wanted = static_cast<INT_S64>(database->data_time) > static_cast<INT_S64>(info.modified);
+        if (!wanted)
+            result = INSTALL_SKIPPED;
+        else if (!database->package->extract_file(folder, name, file.packed_name))
+            result = INSTALL_FAILED;
+    } else {
+        result = INSTALL_FAILED;
+    }
+
+    switch (result) {
+    case INSTALL_INSTALLED: append_to_log("Installed \"%s\"\n", path); break;
+    case INSTALL_FAILED: append_to_log("\"%s\" failed to unpack (%s)\n", path, file.packed_name); break;
+    case INSTALL_SKIPPED: append_to_log("Skipped \"%s\"\n", path); break;
+    }
+    reporter->file_done(path, result);
+    if (result == INSTALL_FAILED) {
+        ++error_count;
+        reporter->file_error(path);
+        return;
+    }
+    // Every installed file becomes executable, data files too; the set-user-id bit only where
+    // the record asks for it.
+    if (result == INSTALL_INSTALLED && database->matches_platform(file.platform.c_str()))
+        (void)folder.set_permissions(name, file.switch_user ? 06755 : 0755);
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Shortcuts and closing
+// ---------------------------------------------------------------------------------------------
+
+// The folder of a shortcut's program or icon: the system text when system paths are in use, else
+// the normal one; none when both are empty or the folder cannot be set.
+bool shortcut_folder(const DATABASE& database, const char* system_text, const char* text, FOLDER* folder)
+{
+    if (system_text[0] && database.use_system_paths)
+        return set_relative(folder, system_text, false, true, true);
+    if (text[0])
+        return set_relative(folder, text, false, false, false);
+    return false;
+}
+
+void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter)
+{
+    INSTALLATION_RECORD& installation = database->installations[database->current_installation];
+    for (INT_S16 i = 0; i < installation.shortcut_count; ++i) {
+        const SHORTCUT_RECORD& shortcut = installation.shortcuts[i];
+        if (!database->matches_platform(shortcut.platform.c_str()))
+            continue;
+        FOLDER icon_folder, exec_folder;
+        bool has_icon_folder = shortcut_folder(*database, shortcut.icon_syspath, shortcut.icon_path, &icon_folder);
+        bool has_exec_folder = shortcut_folder(*database, shortcut.exec_syspath, shortcut.exec_path, &exec_folder);
+        char exec_path[ORLU_MAX_PATH], icon_path[ORLU_MAX_PATH];
+        snprintf(exec_path, sizeof exec_path, "%s", has_exec_folder ? exec_folder.path() : "null");
+        snprintf(icon_path, sizeof icon_path, "%s", has_icon_folder ? icon_folder.path() : "null");
+
+        if (!shortcut.menu_path[0]) {
+            if (!database->want_desktop_shortcut || !database->system_info.desktop_icons)
+                continue;
+            reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_DESKTOP_SHORTCUT));
+            add_desktop_shortcut(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name,
+                has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
+            append_to_log("create_desktop_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
+                shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, exec_path, shortcut.icon, icon_path);
+            continue;
+        }
+        if (!database->want_menu_shortcut || !database->system_info.desktop_menu)
+            continue;
+        reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_MENU_SHORTCUT));
+        add_menu_entry(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path,
+            has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
+        append_to_log("create_os_menu_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
+            shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path, exec_path,
+            shortcut.icon, icon_path);
+    }
+}
+
+void close_run(DATABASE* database, INSTALL_REPORTER* reporter)
+{
+    clear_base_path();
+    reporter->finished(error_count);
+    reporter->set_install_status(100, database->text(LANGUAGE_KEY::COMPLETE));
+    ++step_counter;
+    if (error_count)
+        append_to_log("Installation completed with %d errors.\n", error_count);
+    else
+        append_to_log("Installation completed without any errors.\n");
+    set_idle_wait(50);
+}
+
+} // namespace
+
+void install_step(DATABASE* database, INSTALL_REPORTER* reporter)
+{
+    if (reporter->question_open())
+        return;
+    if (database->current_page != PAGE_INSTALLING) {
+        step_counter = 0;
+        return;
+    }
+    if (database->current_installation < 0 || database->current_installation >= database->installation_count)
+        return;
+
+    if (step_counter == 0) {
+        open_run(database, reporter);
+        return;
+    }
+    const INSTALLATION_RECORD& installation = database->installations[database->current_installation];
+    if (step_counter < step_total) {
+        INT_S32 index = step_counter - 1;
+        bool usable = installation.files && index < installation.file_count;
+        const FILE_RECORD* file = usable ? &installation.files[index] : nullptr;
+        if (file && file->packed_name[0] && database->matches_platform(file->platform.c_str()))
+            install_file(database, reporter, *file);
+        ++step_counter;
+        return;
+    }
+    if (step_counter == step_total) {
+        make_shortcuts(database, reporter);
+        ++step_counter;
+        return;
+    }
+    if (step_counter == step_total + 1)
+        close_run(database, reporter);
+}

@@ -1,0 +1,71 @@
+// Unpacking the running installer's own data set.
+
+#include "installer/engine/own_data_set.h"
+
+#include "frame/application_frame.h"
+#include "io/data_file.h"
+#include "installer/engine/database.h"
+#include "io/folder.h"
+#include "installer/engine/installer_debug.h"
+#include "io/stamp.h"
+
+namespace {
+
+const char* const PACKAGE_NAME = "installer.pkg";
+bool temporary = false;
+
+} // namespace
+
+bool package_is_temporary() { return temporary; }
+
+void delete_temporary_package()
+{
+    if (!temporary)
+        return;
+    FOLDER temp("$TEMP");
+    (void)temp.delete_file(PACKAGE_NAME);
+    temporary = false;
+}
+
+UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, DATA_SET_PROGRESS progress, void* context)
+{
+    FOLDER own;
+    if (!own.set_raw(own_folder_path))
+        return UNPACK_NO_DATA_SET;
+    STAMP_RECORD stamp;
+    DATA_FILE* plain = own.open_data_file(own_file_name, FILE_READ, 0, false);
+    if (!plain)
+        return UNPACK_NO_DATA_SET;
+    bool found = read_stamp(plain, &stamp);
+    FOLDER::close_data_file(&plain);
+    if (!found || !(stamp.flags & STAMP_FLAG_DATA_SET))
+        return UNPACK_NO_DATA_SET;
+
+    // The whole file is checked first, so a damaged installer installs nothing and leaves
+    // nothing behind.
+    if (verify_stamped_file(own, own_file_name) == STAMP_VERIFY_DAMAGED)
+        return UNPACK_DAMAGED;
+
+    DATA_FILE* device = own.open_data_file(own_file_name, FILE_READ, ORDER_MARKER_IN_FILE, false);
+    if (!device)
+        return UNPACK_NO_DATA_SET;
+    DATA_SET_HEADER header;
+    if (!read_data_set_header(device, stamp.data_offset, splash, &header)) {
+        FOLDER::close_data_file(&device);
+        return UNPACK_DAMAGED;
+    }
+    database->file_cache_sz = header.file_cache_size;
+
+    FOLDER temp("$TEMP");
+    bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
+    FOLDER::close_data_file(&device);
+    if (!unpacked || quit_requested) {
+        (void)temp.delete_file(PACKAGE_NAME);
+        // The file was whole, so a failure here is the writing side: a full disk, most likely.
+        return quit_requested ? UNPACK_INTERRUPTED : UNPACK_FAILED;
+    }
+    database->data_folder = temp;
+    temporary = true;
+    debug_printf(&installer_debug, "Data set unpacked to %s\n", temp.path_text(PACKAGE_NAME));
+    return UNPACK_DONE;
+}

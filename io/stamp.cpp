@@ -1,0 +1,236 @@
+// The stamp block of the program and the code that finds, reads and checks stamp records in
+// executables.
+//
+// [SECTION] The block
+// [SECTION] Record form
+// [SECTION] Finding and reading
+// [SECTION] The data set check
+
+#include "io/stamp.h"
+
+#include <zlib.h>
+
+#include <cstring>
+#include <new>
+
+#include "io/data_file.h"
+#include "io/folder.h"
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The block
+// ---------------------------------------------------------------------------------------------
+
+// The marker and the unstamped record, one object in read-only data. A packer rewrites the bytes
+// of the record in a copy of the file; the program never changes them in memory.
+struct STAMP_BLOCK {
+    char marker[STAMP_MARKER_SIZE];
+    INT_U8 record[STAMP_RECORD_SIZE];
+};
+
+namespace {
+
+constexpr char CHECK_TAG[8] = { 'O', 'R', 'L', 'U', 'C', 'R', 'C', '1' };
+
+// Pieces in which files are scanned and summed.
+constexpr INT_S32 SCAN_PIECE = 65536;
+
+void put_le32(INT_U8* bytes, INT_U32 value)
+{
+    bytes[0] = static_cast<INT_U8>(value);
+    bytes[1] = static_cast<INT_U8>(value >> 8);
+    bytes[2] = static_cast<INT_U8>(value >> 16);
+    bytes[3] = static_cast<INT_U8>(value >> 24);
+}
+
+INT_U32 get_le32(const INT_U8* bytes)
+{
+    return static_cast<INT_U32>(bytes[0]) | static_cast<INT_U32>(bytes[1]) << 8
+        | static_cast<INT_U32>(bytes[2]) << 16 | static_cast<INT_U32>(bytes[3]) << 24;
+}
+
+} // namespace
+
+// The block has external linkage and is read only through a pointer the compiler cannot see
+// through: a constant it could fold would be copied into the debug information as a value,
+// and the marker would then stand in the file twice.
+extern const STAMP_BLOCK orlu_stamp_block;
+__attribute__((used)) const STAMP_BLOCK orlu_stamp_block = {
+    { '@', '@', 'O', 'R', 'L', 'U', '-', 'I', 'N', 'S', 'T', 'A', 'L', 'L', 'E', 'R', '-',
+        'D', 'A', 'T', 'A', '-', 'S', 'E', 'T', '-', 'S', 'T', 'A', 'M', 'P', '@', '@' },
+    { STAMP_FLAG_ALWAYS },
+};
+
+const char* const stamp_marker = orlu_stamp_block.marker;
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Record form
+// ---------------------------------------------------------------------------------------------
+
+void stamp_record_to_bytes(const STAMP_RECORD& record, INT_U8* bytes)
+{
+    INT_U8* out = bytes;
+    *out++ = record.flags;
+    memcpy(out, record.reserved_a, sizeof record.reserved_a);
+    out += sizeof record.reserved_a;
+    memcpy(out, record.reserved_b, sizeof record.reserved_b);
+    out += sizeof record.reserved_b;
+    memcpy(out, record.check, sizeof record.check);
+    out += sizeof record.check;
+    put_le32(out, record.data_offset);
+    put_le32(out + 4, record.skin_offset);
+}
+
+void stamp_record_from_bytes(const INT_U8* bytes, STAMP_RECORD* record)
+{
+    const INT_U8* in = bytes;
+    record->flags = *in++;
+    memcpy(record->reserved_a, in, sizeof record->reserved_a);
+    in += sizeof record->reserved_a;
+    memcpy(record->reserved_b, in, sizeof record->reserved_b);
+    in += sizeof record->reserved_b;
+    memcpy(record->check, in, sizeof record->check);
+    in += sizeof record->check;
+    record->data_offset = get_le32(in);
+    record->skin_offset = get_le32(in + 4);
+}
+
+STAMP_RECORD unstamped_record()
+{
+    INT_U8 bytes[STAMP_RECORD_SIZE];
+    for (INT_S32 i = 0; i < STAMP_RECORD_SIZE; ++i)
+        bytes[i] = orlu_stamp_block.record[i];
+    STAMP_RECORD record;
+    stamp_record_from_bytes(bytes, &record);
+    return record;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Finding and reading
+// ---------------------------------------------------------------------------------------------
+
+bool find_stamp_in(const INT_U8* bytes, size_t size, size_t* position)
+{
+    if (!bytes || size < static_cast<size_t>(STAMP_MARKER_SIZE + STAMP_RECORD_SIZE))
+        return false;
+    const void* found = memmem(bytes, size, stamp_marker, STAMP_MARKER_SIZE);
+    if (!found)
+        return false;
+    size_t at = static_cast<size_t>(static_cast<const INT_U8*>(found) - bytes) + STAMP_MARKER_SIZE;
+    if (at + STAMP_RECORD_SIZE > size)
+        return false;
+    *position = at;
+    return true;
+}
+
+bool find_stamp(DATA_DEVICE* device, INT_U32* position)
+{
+    if (!device || !device->seek(0, false))
+        return false;
+    // Each piece keeps the last marker length less one byte of the one before, so a marker that
+    // straddles two reads is still seen whole.
+    constexpr INT_S32 overlap = STAMP_MARKER_SIZE - 1;
+    INT_U8* buffer = new (std::nothrow) INT_U8[SCAN_PIECE + overlap];
+    if (!buffer)
+        return false;
+    INT_U32 buffer_start = 0; // device position of buffer[0]
+    INT_S32 held = 0;
+    bool found = false;
+    for (;;) {
+        INT_S32 got = device->read(buffer + held, SCAN_PIECE);
+        if (got <= 0)
+            break;
+        held += got;
+        const void* hit = memmem(buffer, static_cast<size_t>(held), stamp_marker, STAMP_MARKER_SIZE);
+        if (hit) {
+            *position = buffer_start + static_cast<INT_U32>(static_cast<const INT_U8*>(hit) - buffer) + STAMP_MARKER_SIZE;
+            found = true;
+            break;
+        }
+        INT_S32 keep = held < overlap ? held : overlap;
+        memmove(buffer, buffer + held - keep, static_cast<size_t>(keep));
+        buffer_start += static_cast<INT_U32>(held - keep);
+        held = keep;
+    }
+    delete[] buffer;
+    if (!found)
+        return false;
+    // The record must lie whole inside the file.
+    INT_U8 last = 0;
+    return device->seek(*position + STAMP_RECORD_SIZE - 1, false) && device->read(&last, 1) == 1;
+}
+
+bool read_stamp(DATA_DEVICE* device, STAMP_RECORD* record, INT_U32* position)
+{
+    INT_U32 at = 0;
+    if (!find_stamp(device, &at) || !device->seek(at, false))
+        return false;
+    INT_U8 bytes[STAMP_RECORD_SIZE];
+    if (device->read(bytes, STAMP_RECORD_SIZE) != STAMP_RECORD_SIZE)
+        return false;
+    stamp_record_from_bytes(bytes, record);
+    if (position)
+        *position = at;
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] The data set check
+// ---------------------------------------------------------------------------------------------
+
+void set_stamp_check(STAMP_RECORD* record, INT_U32 length, INT_U32 crc)
+{
+    memset(record->check, 0, sizeof record->check);
+    memcpy(record->check, CHECK_TAG, sizeof CHECK_TAG);
+    put_le32(record->check + 8, length);
+    put_le32(record->check + 12, crc);
+}
+
+bool stamp_check(const STAMP_RECORD& record, INT_U32* length, INT_U32* crc)
+{
+    if (memcmp(record.check, CHECK_TAG, sizeof CHECK_TAG) != 0)
+        return false;
+    *length = get_le32(record.check + 8);
+    *crc = get_le32(record.check + 12);
+    return true;
+}
+
+STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name)
+{
+    DATA_FILE* file = folder.open_data_file(name, FILE_READ, 0, false);
+    if (!file)
+        return STAMP_VERIFY_DAMAGED;
+    STAMP_RECORD record;
+    if (!read_stamp(file, &record) || !(record.flags & STAMP_FLAG_DATA_SET)) {
+        FOLDER::close_data_file(&file);
+        return STAMP_VERIFY_NO_DATA_SET;
+    }
+    INT_U32 length = 0, crc = 0;
+    if (!stamp_check(record, &length, &crc)) {
+        FOLDER::close_data_file(&file);
+        return STAMP_VERIFY_NO_CHECK;
+    }
+    // data_offset counts behind the byte-order byte; this file is open without one.
+    INT_U64 start = static_cast<INT_U64>(record.data_offset) + 1;
+    if (start > file->size() || file->size() - start != length || !file->seek(static_cast<INT_U32>(start), false)) {
+        FOLDER::close_data_file(&file);
+        return STAMP_VERIFY_DAMAGED;
+    }
+    INT_U8* buffer = new (std::nothrow) INT_U8[SCAN_PIECE];
+    if (!buffer) {
+        FOLDER::close_data_file(&file);
+        return STAMP_VERIFY_DAMAGED;
+    }
+    uLong sum = crc32(0L, Z_NULL, 0);
+    INT_U32 done = 0;
+    while (done < length) {
+        INT_S32 want = length - done < static_cast<INT_U32>(SCAN_PIECE) ? static_cast<INT_S32>(length - done) : SCAN_PIECE;
+        INT_S32 got = file->read(buffer, want);
+        if (got != want)
+            break;
+        sum = crc32(sum, buffer, static_cast<uInt>(got));
+        done += static_cast<INT_U32>(got);
+    }
+    delete[] buffer;
+    FOLDER::close_data_file(&file);
+    return done == length && static_cast<INT_U32>(sum) == crc ? STAMP_VERIFY_GOOD : STAMP_VERIFY_DAMAGED;
+}

@@ -1,0 +1,122 @@
+// Patch differencing on two packed fixtures: added, changed, moved and deleted files.
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "installer/engine/data_set.h"
+#include "io/folder.h"
+#include "test_support.h"
+
+namespace {
+
+class PATCH_DIFFER : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        folder = temp.path();
+        mkdir((folder + "/payload").c_str(), 0755);
+    }
+
+    // Packs a configuration with the given files into a finished installer, then takes its
+    // package out of it: the differ compares data sets.
+    void make_data_set(const std::string& name, const std::string& files)
+    {
+        std::string xml = "<INSTALLER default_language_name=\"en\" installation_id=\"7\">\n"
+                          "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"fixture\"/>\n"
+                          "\t<LOG dest_path_from_inst_loc=\"$HERE/logs\" system_dest_path_from_inst_loc=\"$SYSDATA\"/>\n"
+                          "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/fixture\">\n"
+            + files + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English &amp; more\"/>\n\t</LANGUAGE>\n</INSTALLER>\n";
+        ASSERT_TRUE(write_file(folder + "/" + name + ".xml", xml));
+        RUN_RESULT run = run_program(packer_path(),
+            { "build", folder + "/" + name + ".xml", "-o", folder + "/" + name + ".run", "--client", installer_path(), "--quiet" });
+        ASSERT_EQ(run.status, 0) << run.errors;
+        FOLDER here;
+        ASSERT_TRUE(here.set_raw(folder.c_str()));
+        DATA_SET_HEADER header;
+        ASSERT_TRUE(unpack_installer(here, (name + ".run").c_str(), here, (name + ".pkg").c_str(), nullptr, &header, nullptr));
+    }
+
+    static std::string file(const char* name, const char* destination)
+    {
+        return std::string("\t\t<FILE src_name=\"") + name + "\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\""
+            + destination + "\"/>\n";
+    }
+
+    RUN_RESULT diff(const std::string& argument) { return run_program(installer_path(), { "-d", argument }); }
+
+    TEMP_FOLDER temp;
+    std::string folder;
+};
+
+} // namespace
+
+TEST_F(PATCH_DIFFER, reports_added_changed_moved_and_deleted_files)
+{
+    for (const char* name : { "same.txt", "changed.txt", "gone.txt", "moved.txt" })
+        ASSERT_TRUE(write_file(folder + "/payload/" + name, std::string("first ") + name));
+    make_data_set("one", file("same.txt", "$HERE") + file("changed.txt", "$HERE") + file("gone.txt", "$HERE")
+            + file("moved.txt", "$HERE/docs"));
+    ASSERT_TRUE(write_file(folder + "/payload/changed.txt", "second version"));
+    ASSERT_TRUE(write_file(folder + "/payload/new.txt", "new"));
+    make_data_set("two", file("same.txt", "$HERE") + file("changed.txt", "$HERE") + file("moved.txt", "$HERE/other")
+            + file("new.txt", "$HERE"));
+
+    RUN_RESULT run = diff("@ROOT1" + folder + "/one.pkg=@ROOT1" + folder + "/two.pkg");
+    EXPECT_EQ(run.output,
+        "Creating File Differences\n-------------------------\n\n"
+        "First database ($ROOT1" + folder + "/one.pkg) was loaded ok...\n"
+        "Second database ($ROOT1" + folder + "/two.pkg) was loaded ok...\n"
+        "Installation (0)\n"
+        "\t\tFile changed - payload/changed.txt\n"
+        "\t\tFile added - payload/moved.txt\n"
+        "\t\tFile added - payload/new.txt\n"
+        "\t\tFile deleted - payload/gone.txt\n"
+        "\t\tFile deleted - payload/moved.txt\n"
+        "\nDone\n-------------------------\n");
+    EXPECT_EQ(run.status, 255);
+
+    std::string patch = read_file(folder + "/patch.xml");
+    EXPECT_EQ(patch.find("<INSTALLER show_frame_rate=\"no\" show_filenames=\"yes\" show_filepaths=\"yes\" file_cache_sz=\"1048576\" default_language_name=\"en\">\n\n"), 0u) << patch;
+    EXPECT_NE(patch.find("\t<LOG dest_path_from_inst_loc=\"$HERE/logs/patch\" system_dest_path_from_inst_loc=\"$SYSDATA/patch\"/>\n"
+                         "\t<PATCH dest_path_from_inst_loc=\"$HERE/logs\" system_dest_path_from_inst_loc=\"$SYSDATA\" do_check=\"yes\"/>\n"),
+        std::string::npos) << patch;
+    EXPECT_NE(patch.find(
+                  "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/fixture\">\n"
+                  "\t\t<FILE platform=\"\" src_name=\"changed.txt\" dest_name=\"\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\" stamp=\"no\" switch_user=\"no\" overwrite=\"always\"/>\n"
+                  "\t\t<FILE platform=\"\" src_name=\"moved.txt\" dest_name=\"\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE/other\" system_dest_path_from_inst_loc=\"\" stamp=\"no\" switch_user=\"no\" overwrite=\"always\"/>\n"
+                  "\t\t<FILE platform=\"\" src_name=\"new.txt\" dest_name=\"\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\" stamp=\"no\" switch_user=\"no\" overwrite=\"always\"/>\n"
+                  "\t\t<!-- Deleted files not supported\n"
+                  "\t\t<FILE platform=\"\" src_name=\"gone.txt\" dest_name=\"\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\" stamp=\"no\" switch_user=\"no\" overwrite=\"always\"/>\n"
+                  "\t\t-->\n"),
+        std::string::npos) << patch;
+    EXPECT_NE(patch.find("\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English &amp; more\"/>\n"), std::string::npos);
+    EXPECT_NE(patch.find("\t\t<INSTALLATION name=\"default\" string=\"Default\"/>\n"), std::string::npos);
+    EXPECT_EQ(patch.substr(patch.size() - 13), "</INSTALLER>\n");
+
+    // The packer reads what the differ wrote.
+    RUN_RESULT pack = run_program(packer_path(), { "build", folder + "/patch.xml", "-o", folder + "/patch.run", "--client",
+                                                     installer_path(), "--quiet" });
+    EXPECT_EQ(pack.status, 0) << pack.errors;
+    EXPECT_NE(pack.errors.find("warning: no installation is called \"default\"; its translated name is ignored"), std::string::npos)
+        << pack.errors;
+}
+
+TEST_F(PATCH_DIFFER, identical_data_sets_give_no_file_lines)
+{
+    ASSERT_TRUE(write_file(folder + "/payload/a.txt", "a"));
+    make_data_set("one", file("a.txt", "$HERE"));
+    make_data_set("two", file("a.txt", "$HERE"));
+    RUN_RESULT run = diff("@ROOT1" + folder + "/one.pkg=@ROOT1" + folder + "/two.pkg");
+    EXPECT_EQ(run.output.find("\t\tFile "), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("Installation (0)\n\nDone\n"), std::string::npos) << run.output;
+}
+
+TEST_F(PATCH_DIFFER, argument_faults_have_their_messages)
+{
+    EXPECT_EQ(diff("only-one").output, "Creating File Differences\n-------------------------\n\nSecond file was not supplied\n");
+    EXPECT_EQ(diff("@ROOT1/nonexistent/a.pkg=@ROOT1/nonexistent/b.pkg").output,
+        "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
+}

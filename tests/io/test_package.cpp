@@ -1,0 +1,279 @@
+// Package files: layout, members in and out, reuse of freed blocks, byte order and damage.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "base/error_report.h"
+#include "io/folder.h"
+#include "io/package.h"
+#include "test_support.h"
+
+namespace {
+
+class PACKAGE_FILE : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(folder.set_raw(temp.path().c_str())); }
+
+    std::string path(const char* name) { return temp.file(name); }
+    void write(const char* name, const std::string& bytes) { ASSERT_TRUE(write_file(path(name), bytes)); }
+
+    static std::string pattern(size_t size, int seed)
+    {
+        std::string bytes(size, 0);
+        for (size_t i = 0; i < size; ++i)
+            bytes[i] = static_cast<char>((i * 131 + static_cast<size_t>(seed) * 7) & 0xFF);
+        return bytes;
+    }
+
+    TEMP_FOLDER temp;
+    FOLDER folder;
+};
+
+INT_U32 u32_at(const std::string& bytes, size_t at)
+{
+    INT_U32 value;
+    memcpy(&value, bytes.data() + at, 4);
+    return value;
+}
+
+void record_member(const char* name, INT_U64 size, void* context)
+{
+    static_cast<std::vector<std::string>*>(context)->push_back(std::string(name) + ":" + std::to_string(size));
+}
+
+} // namespace
+
+TEST_F(PACKAGE_FILE, new_package_is_55_bytes_of_marker_header_and_root)
+{
+    {
+        PACKAGE package(folder, "new.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.is_open()) << last_error_text();
+    }
+    std::string bytes = read_file(path("new.pkg"));
+    ASSERT_EQ(bytes.size(), 55u);
+    EXPECT_EQ(bytes[0], 0); // native byte order
+    EXPECT_EQ(bytes.substr(1, 8), std::string("ORLUPKG\0", 8));
+    INT_S16 version;
+    memcpy(&version, bytes.data() + 9, 2);
+    EXPECT_EQ(version, 1);
+    EXPECT_EQ(u32_at(bytes, 11), 1024u); // block size
+    EXPECT_EQ(u32_at(bytes, 15), 26u);   // root position (logical)
+    EXPECT_EQ(u32_at(bytes, 27), 4u);    // root name length
+    EXPECT_EQ(bytes.substr(31, 4), "root");
+}
+
+TEST_F(PACKAGE_FILE, members_go_in_and_come_out_byte_for_byte)
+{
+    write("empty.bin", "");
+    write("small.bin", "hello");
+    write("exact.bin", pattern(1024, 1));
+    write("large.bin", pattern(10000, 2));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.is_open());
+        for (const char* name : { "empty.bin", "small.bin", "exact.bin", "large.bin" })
+            ASSERT_TRUE(package.add_file(folder, name, nullptr)) << name << ": " << last_error_text();
+        ASSERT_TRUE(package.add_file(folder, "small.bin", "folder/renamed"));
+    }
+    PACKAGE package(folder, "p.pkg", false, 0, false, true);
+    ASSERT_TRUE(package.is_open());
+    std::vector<std::string> members;
+    ASSERT_TRUE(package.list_members(record_member, &members));
+    EXPECT_EQ(members, (std::vector<std::string> { "empty.bin:0", "small.bin:5", "exact.bin:1024", "large.bin:10000", "folder/renamed:5" }));
+    for (const char* name : { "empty.bin", "small.bin", "exact.bin", "large.bin" }) {
+        std::string out = std::string("out-") + name;
+        ASSERT_TRUE(package.extract_file(folder, out.c_str(), name)) << name;
+        EXPECT_EQ(read_file(path(out.c_str())), read_file(path(name))) << name;
+    }
+    // A member of exactly one block: the source reports its end after it, so no empty block
+    // follows; an empty source makes no block at all.
+    PACKAGE_ENTRY entry;
+    ASSERT_TRUE(package.find_entry("exact.bin", &entry));
+    EXPECT_EQ(entry.first_block, entry.last_block);
+    ASSERT_TRUE(package.find_entry("empty.bin", &entry));
+    EXPECT_EQ(entry.first_block, 0u);
+}
+
+TEST_F(PACKAGE_FILE, replacing_a_member_reuses_its_freed_blocks)
+{
+    write("a.bin", pattern(5000, 3));
+    write("b.bin", pattern(4000, 4));
+    for (bool cached : { false, true }) {
+        std::string name = cached ? "cached.pkg" : "plain.pkg";
+        {
+            PACKAGE package(folder, name.c_str(), true, 1024, cached, false);
+            ASSERT_TRUE(package.add_file(folder, "a.bin", "member"));
+        }
+        size_t before = read_file(path(name.c_str())).size();
+        {
+            PACKAGE package(folder, name.c_str(), false, 0, cached, false);
+            ASSERT_TRUE(package.add_file(folder, "b.bin", "member")) << last_error_text();
+        }
+        // Five blocks were freed; four are taken again, so the file does not grow.
+        EXPECT_EQ(read_file(path(name.c_str())).size(), before) << name;
+        PACKAGE package(folder, name.c_str(), false, 0, false, true);
+        ASSERT_TRUE(package.extract_file(folder, "out.bin", "member"));
+        EXPECT_EQ(read_file(path("out.bin")), read_file(path("b.bin"))) << name;
+    }
+}
+
+TEST_F(PACKAGE_FILE, cached_index_keeps_the_entry_list_linked_across_openings)
+{
+    write("one.bin", "1");
+    write("two.bin", "22");
+    for (const char* name : { "one.bin", "two.bin", "one.bin" }) {
+        PACKAGE package(folder, "p.pkg", true, 64, true, false);
+        ASSERT_TRUE(package.add_file(folder, name, nullptr));
+    }
+    PACKAGE package(folder, "p.pkg", false, 0, false, true);
+    std::vector<std::string> members;
+    ASSERT_TRUE(package.list_members(record_member, &members));
+    EXPECT_EQ(members, (std::vector<std::string> { "one.bin:1", "two.bin:2" }));
+}
+
+TEST_F(PACKAGE_FILE, unknown_member_and_missing_package_report_their_texts)
+{
+    {
+        PACKAGE package(folder, "p.pkg", true, 512, false, false);
+        ASSERT_TRUE(package.is_open());
+        EXPECT_FALSE(package.extract_file(folder, "out", "x"));
+        EXPECT_STREQ(last_error_text(), "Error: File x not found in package.");
+        EXPECT_EQ(package.open_member_data("x", FILE_READ, 0), nullptr);
+    }
+    PACKAGE missing(folder, "none.pkg", false, 0, false, true);
+    EXPECT_FALSE(missing.is_open());
+    EXPECT_EQ(last_error_code(), ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(missing.extract_file(folder, "out", "x"));
+    EXPECT_EQ(last_error_code(), ERROR_PACKAGE_NOT_OPEN);
+}
+
+TEST_F(PACKAGE_FILE, wrong_magic_and_newer_version_are_refused)
+{
+    write("text.pkg", std::string(1, '\0') + "NOTAPKG-and-more-bytes-than-a-header-has-----------------");
+    PACKAGE not_package(folder, "text.pkg", false, 0, false, true);
+    EXPECT_FALSE(not_package.is_open());
+    EXPECT_EQ(last_error_code(), ERROR_NOT_A_PACKAGE);
+    EXPECT_STREQ(last_error_text(), "Error: text.pkg does not appear to be a package file.");
+
+    { PACKAGE package(folder, "v.pkg", true, 1024, false, false); }
+    std::string bytes = read_file(path("v.pkg"));
+    bytes[9] = 2;
+    write("v.pkg", bytes);
+    PACKAGE newer(folder, "v.pkg", false, 0, false, true);
+    EXPECT_FALSE(newer.is_open());
+    EXPECT_EQ(last_error_code(), ERROR_PACKAGE_VERSION);
+}
+
+TEST_F(PACKAGE_FILE, package_written_on_the_other_byte_order_reads_the_same)
+{
+    // Build a package, then turn every number round and set the marker, as a machine of the
+    // other byte order would have written it.
+    write("data.bin", pattern(3000, 5));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    }
+    std::string bytes = read_file(path("p.pkg"));
+    auto swap_at = [&](size_t logical) {
+        std::swap(bytes[1 + logical], bytes[1 + logical + 3]);
+        std::swap(bytes[1 + logical + 1], bytes[1 + logical + 2]);
+    };
+    std::swap(bytes[9], bytes[10]);
+    for (size_t at : { 10u, 14u, 18u, 22u })
+        swap_at(at);
+    for (size_t at : { 26u, 34u, 38u, 42u, 46u, 50u })
+        swap_at(at);
+    // The entry at 54: name length, name "data", four numbers.
+    swap_at(54);
+    for (size_t at : { 62u, 66u, 70u, 74u })
+        swap_at(at);
+    // Blocks follow the entry: next, 1024 payload bytes, used.
+    for (size_t block = 78; block + 1032 <= bytes.size() - 1; block += 1032) {
+        swap_at(block);
+        swap_at(block + 4 + 1024);
+    }
+    bytes[0] = 1;
+    write("swapped.pkg", bytes);
+
+    PACKAGE package(folder, "swapped.pkg", false, 0, false, true);
+    ASSERT_TRUE(package.is_open()) << last_error_text();
+    ASSERT_TRUE(package.extract_file(folder, "out.bin", "data")) << last_error_text();
+    EXPECT_EQ(read_file(path("out.bin")), read_file(path("data.bin")));
+}
+
+TEST_F(PACKAGE_FILE, members_open_as_devices_and_writes_land_at_close)
+{
+    {
+        PACKAGE package(folder, "p.pkg", true, 256, true, false);
+        PACKAGE_DATA_FILE* out = package.open_member_data("numbers", FILE_WRITE, ORDER_MARKER_IN_FILE);
+        ASSERT_NE(out, nullptr);
+        for (INT_U32 i = 0; i < 1000; ++i)
+            ASSERT_TRUE(device_write(out, i));
+        EXPECT_FALSE(package.has_member("numbers")); // not before the close
+        PACKAGE::close_member_data(&out);
+        EXPECT_EQ(out, nullptr);
+        EXPECT_TRUE(package.has_member("numbers"));
+
+        PACKAGE_DATA_FILE* in = package.open_member_data("numbers", FILE_READ, ORDER_MARKER_IN_FILE);
+        ASSERT_NE(in, nullptr);
+        INT_U32 value = 0;
+        ASSERT_TRUE(in->seek(999 * 4, false));
+        ASSERT_TRUE(device_read(in, &value));
+        EXPECT_EQ(value, 999u);
+        PACKAGE::close_member_data(&in);
+    }
+    // Nothing is left in the private temporary folder.
+    FOLDER temp_folder("$TEMP");
+    DIRECTORY_ENTRY* list = nullptr;
+    INT_S32 count = 0;
+    temp_folder.list_entries(false, 0, false, &list, &count, "*.tmp", 0, 8, 8);
+    EXPECT_EQ(count, 0);
+    free_directory_entries(&list, &count);
+}
+
+TEST_F(PACKAGE_FILE, damaged_packages_fail_cleanly)
+{
+    write("data.bin", pattern(5000, 6));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    }
+    std::string good = read_file(path("p.pkg"));
+
+    // A chain that comes back on itself: the first block points at itself.
+    std::string loop = good;
+    INT_U32 first_block = u32_at(good, 1 + 54 + 8);
+    memcpy(&loop[1 + first_block], &first_block, 4);
+    write("loop.pkg", loop);
+    {
+        PACKAGE package(folder, "loop.pkg", false, 0, false, true);
+        ASSERT_TRUE(package.is_open());
+        EXPECT_FALSE(package.extract_file(folder, "out.bin", "data"));
+        EXPECT_EQ(last_error_code(), ERROR_READ);
+    }
+    // A huge block size or a root beyond the end.
+    std::string huge = good;
+    INT_U32 big = 0xFFFFFFF0u;
+    memcpy(&huge[11], &big, 4);
+    write("huge.pkg", huge);
+    EXPECT_FALSE(PACKAGE(folder, "huge.pkg", false, 0, false, true).is_open());
+    std::string far = good;
+    memcpy(&far[15], &big, 4);
+    write("far.pkg", far);
+    EXPECT_FALSE(PACKAGE(folder, "far.pkg", false, 0, false, true).is_open());
+    // An entry name that claims more than the file holds.
+    std::string name = good;
+    memcpy(&name[1 + 54], &big, 4);
+    write("name.pkg", name);
+    EXPECT_FALSE(PACKAGE(folder, "name.pkg", false, 0, true, true).is_open());
+    // Cut short anywhere: never a crash.
+    for (size_t size = 0; size < good.size(); size += 97) {
+        write("cut.pkg", good.substr(0, size));
+        PACKAGE package(folder, "cut.pkg", false, 0, false, true);
+        if (package.is_open())
+            package.extract_file(folder, "out.bin", "data");
+    }
+}
