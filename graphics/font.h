@@ -1,5 +1,5 @@
 // Fonts: the font table over FreeType, the glyph cache, the markup bytes inside strings and the
-// block layout of draw_text_box. The drawing itself belongs to IMAGE (include/image.h); this
+// block layout of draw_text_box. The drawing itself belongs to IMAGE (graphics/image.h); this
 // header holds what can be known about text without pixels.
 //
 // Font numbers 0 to 22 are the built-in list, loaded from $FONTDATA at start-up; applications

@@ -168,7 +168,7 @@ public:
     void tint(const COLOUR& colour);
     void greyscale();
 
-    // --- Text (code/image_text.cpp; fonts, markup and TEXT_ flags in include/font.h) -----------
+    // --- Text (graphics/image_text.cpp; fonts, markup and TEXT_ flags in graphics/font.h) -----------
     // Font 255 means default_font; a width or height of 0xFFFF (-1) means default_font_width or
     // default_font_height. count is in characters, -1 for all; wide_start begins in wide mode.
     // An unloaded font, a size below 1 or an empty clip draws nothing.
