@@ -74,6 +74,7 @@ void set_application(const APPLICATION* application)
 int run_application_frame(int argc, char** argv, char** envp, const APPLICATION& application)
 {
     running_application = &application;
+    host_note_program_argument(argc > 0 ? argv[0] : nullptr);
     find_own_location();
     load_pending_debug_settings();
     open_own_file();

@@ -57,6 +57,17 @@ void set_idle_wait(INT_S32 milliseconds);
 void host_catch_signals(const int* signals, INT_S32 count, void (*on_signal)(int signal_number));
 [[nodiscard]] int host_take_pending_signal();
 
-// The full path of the running executable, through the link the system keeps for it. False when
-// it cannot be read or does not fit.
+// The full path of the running executable, through the link the system keeps for it, or, where
+// /proc is not mounted (a bare chroot, a stripped-down container), the program's first argument
+// as host_note_program_argument found it at start. False when neither gives a path that fits.
 [[nodiscard]] bool host_executable_path(char* out, size_t size);
+
+// Called once at start with argv[0]: resolves it now, while the working folder and PATH are
+// still the ones the program was started with, for host_executable_path to fall back on.
+void host_note_program_argument(const char* argument);
+
+// How a shell found the program named `argument`: a name with a slash is taken from the
+// working folder, a bare name is looked for in the folders of `search_path` (":"-separated, an
+// empty entry being the working folder) as the first executable regular file of that name.
+// Answers the real absolute path, links resolved. False when there is none or it does not fit.
+[[nodiscard]] bool host_resolve_program_argument(const char* argument, const char* search_path, char* out, size_t size);
