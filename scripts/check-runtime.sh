@@ -166,7 +166,7 @@ for display in "" "DISPLAY=:0"; do
     elif [ $status -eq 0 ] || [ $status -eq 124 ]; then
         fail "interactive run ($label) exited $status"
         cat "$work/out" >&2
-    elif ! grep -q -- '-a' "$work/out"; then
+    elif ! grep -q -E -- '(^|[^[:alnum:]-])-a([^[:alnum:]-]|$)' "$work/out"; then
         fail "interactive run ($label): the message does not point at -a"
         cat "$work/out" >&2
     elif ! snapshot | diff -q "$work/before" - >/dev/null; then
