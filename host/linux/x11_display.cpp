@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <X11/Xatom.h>
 #include <X11/cursorfont.h>
@@ -116,6 +117,13 @@ const char* const default_icon[] = {
 };
 
 Window root_window() { return x11.XDefaultRootWindow(x.display); }
+
+INT_S64 monotonic_ms()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<INT_S64>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Connection and error handler
@@ -426,6 +434,30 @@ bool switch_video_mode(INT_S32 width, INT_S32 height, bool* switched)
 
 void destroy_gl_context();
 
+// A new window is drawn into only once the server shows it: under a window manager the map is
+// a request that takes a moment, and a picture sent before it would be lost. The wait is
+// bounded, and every other event stays queued for the pump.
+void wait_until_mapped()
+{
+    // The real clock: a test may have stopped milliseconds_now.
+    constexpr INT_S64 MAP_WAIT_MS = 1000;
+    INT_S64 start = monotonic_ms();
+    XEvent event;
+    for (;;) {
+        if (x11.XCheckTypedWindowEvent(x.display, x.window, MapNotify, &event))
+            return;
+        if (monotonic_ms() - start >= MAP_WAIT_MS)
+            return;
+        x11.XFlush(x.display);
+        int fd = x11.XConnectionNumber(x.display);
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(fd, &readable);
+        timeval timeout { 0, 10000 };
+        (void)select(fd + 1, &readable, nullptr, nullptr, &timeout);
+    }
+}
+
 void close_window()
 {
     if (!x.display || !x.window)
@@ -557,6 +589,7 @@ INT_S32 open_window(const WINDOW_REQUEST& request, INT_S32* width, INT_S32* heig
             static_cast<unsigned int>(x.height));
         make_blank_cursor();
         window_has_focus = 0;
+        wait_until_mapped();
     }
     send_full_screen_state(request.full_screen != 0);
     if (must_grab) {
@@ -1047,6 +1080,7 @@ int x_error_handler(void* display, void* error_event)
     return 0;
 }
 
+bool x11_library_loaded() { return x11_is_loaded(); }
 bool x11_gl_failed() { return gl_failed; }
 void x11_clear_gl_failed() { gl_failed = false; }
 

@@ -10,6 +10,8 @@
 #include "host/display.h"
 
 [[nodiscard]] const DISPLAY_BACK_END* x11_display_back_end();
+// True once Xlib was loaded; after a failed connection false means the library is missing.
+[[nodiscard]] bool x11_library_loaded();
 
 // The X error handler. A failed glXMakeCurrent (error 8 of request 0x8F, minor 5) sets
 // x11_gl_failed and prints "OpenGL Context does not match!"; every other error goes to the
