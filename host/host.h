@@ -74,6 +74,7 @@ void host_note_program_argument(const char* argument);
 
 // How a shell found the program named `argument`: a name with a slash is taken from the
 // working folder, a bare name is looked for in the folders of `search_path` (":"-separated, an
-// empty entry being the working folder) as the first executable regular file of that name.
+// empty entry being the working folder; null: nowhere) as the first executable regular file of
+// that name.
 // Answers the real absolute path, links resolved. False when there is none or it does not fit.
 [[nodiscard]] bool host_resolve_program_argument(const char* argument, const char* search_path, char* out, size_t size);

@@ -80,7 +80,9 @@ bool host_resolve_program_argument(const char* argument, const char* search_path
         return false;
     if (strchr(argument, '/'))
         return real_program_path(argument, out, size);
-    const char* entry = search_path ? search_path : "";
+    if (!search_path)
+        return false;
+    const char* entry = search_path;
     while (true) {
         const char* end = strchr(entry, ':');
         size_t length = end ? static_cast<size_t>(end - entry) : strlen(entry);

@@ -76,7 +76,8 @@ TEST(HOST_PROGRAM_PATH, a_bare_name_is_the_first_executable_file_on_the_search_p
         + temp.file("later");
     EXPECT_EQ(resolve("setup", path.c_str()), real(temp.file("good/setup")));
     EXPECT_EQ(resolve("absent", path.c_str()), "(none)");
-    EXPECT_EQ(resolve("setup", nullptr), "(none)");
+    // Without a search path a bare name is not looked for, not even in the working folder.
+    in_folder(temp.path() + "/good", [&] { EXPECT_EQ(resolve("setup", nullptr), "(none)"); });
 
     // An empty entry, at either end or in the middle, is the working folder.
     in_folder(temp.path() + "/later", [&] {
