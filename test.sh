@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the project needs, builds it twice (normal, and with AddressSanitizer and
-# UndefinedBehaviorSanitizer) and runs every test on both builds, then the fuzz targets for a
-# short fixed number of runs. Exits non-zero on any failure.
+# UndefinedBehaviorSanitizer) and runs every test on both builds, checks that the normal build's
+# run-time is self-contained (scripts/check-runtime.sh: ldd, and the packed sample run in an
+# empty chroot), then the fuzz targets for a short fixed number of runs. Exits non-zero on any
+# failure.
 set -euo pipefail
 top=$(cd "$(dirname "$0")" && pwd)
 cd "$top"
@@ -19,6 +21,8 @@ done
 
 echo "=== tests: normal"
 ctest --test-dir build --output-on-failure -j 2 || status=1
+echo "=== run-time: self-contained"
+./scripts/check-runtime.sh build || status=1
 echo "=== tests: asan"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest --test-dir build-asan --output-on-failure -j 2 || status=1

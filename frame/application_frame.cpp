@@ -11,6 +11,7 @@
 #include "base/debug_stream.h"
 #include "graphics/font.h"
 #include "frame/framework_options.h"
+#include "frame/screen.h"
 #include "host/host.h"
 #include "io/stamp.h"
 #include "host/system_info.h"
@@ -74,6 +75,7 @@ void set_application(const APPLICATION* application)
 int run_application_frame(int argc, char** argv, char** envp, const APPLICATION& application)
 {
     running_application = &application;
+    host_note_program_argument(argc > 0 ? argv[0] : nullptr);
     find_own_location();
     load_pending_debug_settings();
     open_own_file();
@@ -96,11 +98,12 @@ int run_application_frame(int argc, char** argv, char** envp, const APPLICATION&
         handle_pending_signals();
         if (quit_requested)
             break;
-        host_pump_events();
+        pump_events();
         running = application.update();
     }
 
     application.shutdown();
+    close_window(0);
     stop_font_system();
     host_end_of_run();
     filter_arguments(0, nullptr, nullptr, nullptr);

@@ -36,6 +36,12 @@ void host_pump_events();
 // host's devices.
 void host_end_of_run();
 
+// Lines for the platform's debug stream ("ORLU Platform"). The host cannot see the streams, so the
+// frame hands it a sink; without one the lines are dropped.
+typedef void (*HOST_TRACE_SINK)(const char* text);
+void set_host_trace_sink(HOST_TRACE_SINK sink);
+void host_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
 // Splits a path as the user typed it into an absolute folder and the last name. A relative path
 // is taken from the working folder. False when the folder part does not exist or the result
 // would not fit ORLU_MAX_PATH.
@@ -57,6 +63,18 @@ void set_idle_wait(INT_S32 milliseconds);
 void host_catch_signals(const int* signals, INT_S32 count, void (*on_signal)(int signal_number));
 [[nodiscard]] int host_take_pending_signal();
 
-// The full path of the running executable, through the link the system keeps for it. False when
-// it cannot be read or does not fit.
+// The full path of the running executable, through the link the system keeps for it, or, where
+// /proc is not mounted (a bare chroot, a stripped-down container), the program's first argument
+// as host_note_program_argument found it at start. False when neither gives a path that fits.
 [[nodiscard]] bool host_executable_path(char* out, size_t size);
+
+// Called once at start with argv[0]: resolves it now, while the working folder and PATH are
+// still the ones the program was started with, for host_executable_path to fall back on.
+void host_note_program_argument(const char* argument);
+
+// How a shell found the program named `argument`: a name with a slash is taken from the
+// working folder, a bare name is looked for in the folders of `search_path` (":"-separated, an
+// empty entry being the working folder; null: nowhere) as the first executable regular file of
+// that name.
+// Answers the real absolute path, links resolved. False when there is none or it does not fit.
+[[nodiscard]] bool host_resolve_program_argument(const char* argument, const char* search_path, char* out, size_t size);

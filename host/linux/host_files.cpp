@@ -110,10 +110,11 @@ bool host_private_temp_folder(const char* candidate, bool create, char* out)
         return true;
     }
     bool found = is_private_folder(candidate);
+    bool made = false;
     if (!found && create) {
         struct stat info;
-        if (lstat(candidate, &info) != 0 && mkdir(candidate, 0700) == 0)
-            found = is_private_folder(candidate);
+        made = lstat(candidate, &info) != 0 && mkdir(candidate, 0700) == 0;
+        found = made && is_private_folder(candidate);
     }
     if (found) {
         snprintf(out, ORLU_MAX_PATH, "%s", candidate);
@@ -125,8 +126,13 @@ bool host_private_temp_folder(const char* candidate, bool create, char* out)
         if (snprintf(pattern, sizeof pattern, "%s-XXXXXX", candidate) >= ORLU_MAX_PATH || !mkdtemp(pattern))
             return false;
         snprintf(out, ORLU_MAX_PATH, "%s", pattern);
+        made = true;
+    }
+    // A folder this run made goes again at its end when the run left it empty, so that a run
+    // that installs nothing leaves nothing behind either.
+    if (made) {
         static bool cleanup_registered = false;
-        snprintf(made_temp_folder, sizeof made_temp_folder, "%s", pattern);
+        snprintf(made_temp_folder, sizeof made_temp_folder, "%s", out);
         if (!cleanup_registered)
             cleanup_registered = atexit(remove_made_temp_folder) == 0;
     }

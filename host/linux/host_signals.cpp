@@ -1,8 +1,12 @@
 // Signals and the program's own location on Linux.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "host/host.h"
@@ -50,13 +54,67 @@ int host_take_pending_signal()
     return signal_number;
 }
 
+namespace {
+
+// argv[0] as a real path, resolved at start; empty when it could not be.
+char noted_program[PATH_MAX];
+
+// The real path of `path` when it names an executable regular file.
+bool real_program_path(const char* path, char* out, size_t size)
+{
+    struct stat facts;
+    if (stat(path, &facts) != 0 || !S_ISREG(facts.st_mode) || access(path, X_OK) != 0)
+        return false;
+    char resolved[PATH_MAX];
+    if (!realpath(path, resolved) || strlen(resolved) >= size)
+        return false;
+    memcpy(out, resolved, strlen(resolved) + 1);
+    return true;
+}
+
+} // namespace
+
+bool host_resolve_program_argument(const char* argument, const char* search_path, char* out, size_t size)
+{
+    if (!argument || !argument[0] || !out || size < 2)
+        return false;
+    if (strchr(argument, '/'))
+        return real_program_path(argument, out, size);
+    if (!search_path)
+        return false;
+    const char* entry = search_path;
+    while (true) {
+        const char* end = strchr(entry, ':');
+        size_t length = end ? static_cast<size_t>(end - entry) : strlen(entry);
+        char candidate[PATH_MAX];
+        int written = length == 0 ? snprintf(candidate, sizeof candidate, "./%s", argument)
+                                  : snprintf(candidate, sizeof candidate, "%.*s/%s", static_cast<int>(length), entry, argument);
+        if (written > 0 && static_cast<size_t>(written) < sizeof candidate && real_program_path(candidate, out, size))
+            return true;
+        if (!end)
+            return false;
+        entry = end + 1;
+    }
+}
+
+void host_note_program_argument(const char* argument)
+{
+    if (!host_resolve_program_argument(argument, getenv("PATH"), noted_program, sizeof noted_program))
+        noted_program[0] = 0;
+}
+
 bool host_executable_path(char* out, size_t size)
 {
     if (!out || size < 2)
         return false;
     ssize_t length = readlink("/proc/self/exe", out, size - 1);
-    if (length <= 0 || static_cast<size_t>(length) >= size - 1)
+    if (length > 0 && static_cast<size_t>(length) < size - 1) {
+        out[length] = 0;
+        return true;
+    }
+    size_t noted = strlen(noted_program);
+    if (!noted || noted >= size)
         return false;
-    out[length] = 0;
+    memcpy(out, noted_program, noted + 1);
     return true;
 }

@@ -14,6 +14,7 @@
 #include "io/package.h"
 #include "io/stamp.h"
 #include "test_support.h"
+#include "tools/packer/elf_needs.h"
 
 namespace {
 
@@ -187,6 +188,38 @@ TEST(PACKER_BUILD, the_sample_reads_back_with_the_run_times_readers)
     EXPECT_NE(info.output.find("1: \"de\", title \"Deutsch\""), std::string::npos);
     RUN_RESULT damaged = run_program(packer_path(), { "info", temp.file("damaged") });
     EXPECT_NE(damaged.output.find("the data set is DAMAGED"), std::string::npos);
+}
+
+TEST(PACKER_BUILD, info_shows_the_run_time_in_front_and_what_it_needs)
+{
+    TEMP_FOLDER temp;
+    ASSERT_EQ(pack_sample(temp.file("setup")).status, 0);
+    std::string program = read_file(installer_path());
+    ELF_NEEDS needs;
+    ASSERT_TRUE(read_elf_needs(reinterpret_cast<const INT_U8*>(program.data()), program.size(), &needs));
+    ASSERT_FALSE(needs.newest_c_library.empty());
+    std::string size_line = "Run-time: " + std::to_string(program.size()) + " bytes, ";
+    std::string version_line = "  newest C library symbol version: " + needs.newest_c_library + "\n";
+
+    // The finished installer: only the program in front counts, not the data set behind it.
+    RUN_RESULT finished = run_program(packer_path(), { "info", temp.file("setup") });
+    ASSERT_EQ(finished.status, 0) << finished.errors;
+    EXPECT_NE(finished.output.find(size_line), std::string::npos) << finished.output.substr(0, 400);
+    EXPECT_NE(finished.output.find(version_line), std::string::npos) << finished.output.substr(0, 400);
+    EXPECT_NE(finished.output.find("build id " + needs.build_id + "\n"), std::string::npos);
+
+    // The bare run-time the same, with no data set behind it.
+    RUN_RESULT bare = run_program(packer_path(), { "info", installer_path() });
+    ASSERT_EQ(bare.status, 0) << bare.errors;
+    EXPECT_NE(bare.output.find(size_line), std::string::npos) << bare.output;
+    EXPECT_NE(bare.output.find(version_line), std::string::npos) << bare.output;
+    EXPECT_NE(bare.output.find("No data set behind the program"), std::string::npos);
+
+    // A stamped file that is no program says so instead of guessing.
+    std::string marker(stamp_marker, STAMP_MARKER_SIZE);
+    ASSERT_TRUE(write_file(temp.file("not-elf"), "MZ" + std::string(200, 'x') + marker + std::string(400, '\0')));
+    RUN_RESULT odd = run_program(packer_path(), { "info", temp.file("not-elf") });
+    EXPECT_NE(odd.output.find("not an ELF program"), std::string::npos) << odd.output << odd.errors;
 }
 
 TEST(PACKER_BUILD, the_same_inputs_give_the_same_bytes)

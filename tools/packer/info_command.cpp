@@ -1,12 +1,13 @@
 // "packer info FILE": what a finished installer or a package holds, for a person to read.
 //
-// A finished installer shows its stamp (and whether the data set matches its check), the data
-// set's header and chunks, then the package that the chunks give; a package shows its members.
-// Either way "database.bin", when there, is shown field by field.
+// A finished installer shows its stamp (and whether the data set matches its check), the size and
+// the needs of the run-time in front, the data set's header and chunks, then the package that
+// the chunks give; a package shows its members. Either way "database.bin", when there, is shown field by field.
 
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -17,6 +18,7 @@
 #include "installer/engine/data_set.h"
 #include "installer/engine/database.h"
 #include "io/package.h"
+#include "elf_needs.h"
 #include "packer_common.h"
 #include "io/stamp.h"
 
@@ -190,10 +192,46 @@ void note_chunk(INT_S32, INT_U64 done, INT_U64, void* context)
     list->last = done;
 }
 
+// The program in front of the data set (or the whole file, when there is none): how big it is and
+// what it asks of the machine it starts on. The run-time is built to need only the C library, so
+// the newest symbol version it binds to is the oldest C library the installer runs on.
+void print_run_time(const FOLDER& folder, const char* name, const STAMP_RECORD& record)
+{
+    DATA_FILE* device = folder.open_data_file(name, FILE_READ, 0, false);
+    if (!device) {
+        printf("Run-time: cannot be read\n");
+        return;
+    }
+    INT_U64 size = device->size();
+    if ((record.flags & STAMP_FLAG_DATA_SET) && static_cast<INT_U64>(record.data_offset) + 1 < size)
+        size = static_cast<INT_U64>(record.data_offset) + 1;
+    // The packer refuses clients above this size, so no run-time of ours is larger.
+    constexpr INT_U64 most = 512u << 20;
+    std::unique_ptr<INT_U8[]> bytes(size <= most ? new (std::nothrow) INT_U8[size ? size : 1] : nullptr);
+    bool read = bytes && device->read(bytes.get(), static_cast<INT_S32>(size)) == static_cast<INT_S32>(size);
+    FOLDER::close_data_file(&device);
+    ELF_NEEDS needs;
+    if (!read || !read_elf_needs(bytes.get(), static_cast<size_t>(size), &needs)) {
+        printf("Run-time: %llu bytes, not an ELF program\n", static_cast<unsigned long long>(size));
+        return;
+    }
+    printf("Run-time: %llu bytes, %s, build id %s\n", static_cast<unsigned long long>(size),
+        needs.has_debug_info ? "with debug information" : "stripped", needs.build_id.empty() ? "none" : needs.build_id.c_str());
+    printf("  shared libraries:");
+    for (const std::string& library : needs.libraries)
+        printf(" %s", library.c_str());
+    printf("%s; loader %s\n", needs.libraries.empty() ? " none" : "", needs.interpreter.empty() ? "none" : needs.interpreter.c_str());
+    printf("  newest C library symbol version: %s", needs.newest_c_library.empty() ? "none" : needs.newest_c_library.c_str());
+    for (const std::string& other : needs.other_c_library)
+        printf(", also %s", other.c_str());
+    printf("\n");
+}
+
 int print_installer(const FOLDER& folder, const char* name, const STAMP_RECORD& record, INT_U32 stamp_position)
 {
     printf("Stamp at byte %u: flags 0x%02X, data offset %u, skin offset %u\n", stamp_position, record.flags,
         record.data_offset, record.skin_offset);
+    print_run_time(folder, name, record);
     INT_U32 length = 0, crc = 0;
     if (stamp_check(record, &length, &crc)) {
         STAMP_VERIFY verdict = verify_stamped_file(folder, name);
