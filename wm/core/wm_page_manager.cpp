@@ -141,11 +141,14 @@ INT_S32 WM_PAGE_MANAGER::update(bool flush)
     if (display_width == 0 || display_height == 0) {
         display_width = static_cast<INT_U16>(wm_display_width(0));
         display_height = static_cast<INT_U16>(wm_display_height(0));
-        // Areas made before there was a display take its size now.
+        // Areas made before there was a display take its size now, and the first frame on a
+        // display paints all of it.
         for (INT_S32 i = 0; i < area_count; ++i) {
             (void)areas[i]->get_width();
             (void)areas[i]->get_height();
         }
+        if (area_count > 0 && display_width > 0)
+            areas[0]->mark_all_dirty();
     }
     wm_toolkit.focus_seen = 0;
     pointer_shape = pointer_shapes_in_use ? 0 : -1;
