@@ -286,3 +286,26 @@ TEST(PARAMETER, copy_from_duplicates_texts)
     EXPECT_EQ(copy.minimum.text, nullptr);
     EXPECT_STREQ(copy.maximum.text, "xyz");
 }
+
+namespace {
+
+// Leaves a pattern on the stack where the next call's locals will stand.
+__attribute__((noinline)) void dirty_the_stack()
+{
+    volatile unsigned char bytes[512];
+    for (int i = 0; i < 512; ++i)
+        bytes[i] = 0xA5;
+}
+
+} // namespace
+
+TEST(PARAMETER, a_text_parameter_made_from_text_has_null_bounds_whatever_the_stack_held)
+{
+    dirty_the_stack();
+    PARAMETER text("title");
+    EXPECT_EQ(text.minimum.text, nullptr);
+    EXPECT_EQ(text.maximum.text, nullptr);
+    PARAMETER copy;
+    copy.copy_from(text);
+    EXPECT_EQ(copy.minimum.text, nullptr);
+}
