@@ -11,16 +11,23 @@ cd "$top"
 # it the run-time just built.
 build/packer build samples/installer.xml -o build/sample-installer
 
-# The graphical wizard comes with the display layer; until then the sample installs unattended,
-# with or without a display, into a fresh folder under a private home, so nothing of the
-# machine's own desktop changes.
+# With a display the sample opens its window: the splash while it unpacks, then the wizard's
+# window, until it is closed. Without one it installs unattended into a fresh folder. Either way
+# it runs under a private home, so nothing of the machine's own desktop changes.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-mkdir -p "$work/home/Desktop"
+mkdir -p "$work/home/Desktop" "$work/home/tmp"
+export HOME="$work/home" XDG_UTILS_INSTALL_MODE=user XDG_DATA_HOME="$work/home/.local/share" \
+    XDG_CONFIG_HOME="$work/home/.config"
+if [ -n "${DISPLAY:-}" ]; then
+    echo "Opening the sample installer on $DISPLAY; close its window to end."
+    status=0
+    build/sample-installer || status=$?
+    exit $status
+fi
+
 status=0
-HOME="$work/home" XDG_UTILS_INSTALL_MODE=user XDG_DATA_HOME="$work/home/.local/share" \
-    XDG_CONFIG_HOME="$work/home/.config" \
-    build/sample-installer -a -i "$work/installed" || status=$?
+build/sample-installer -a -i "$work/installed" || status=$?
 echo
 echo "=== install_log.txt"
 cat "$work/installed/install_log.txt" 2>/dev/null || echo "(no log)"

@@ -6,6 +6,14 @@
 
 #include <cstring>
 
+// The row loops are built once for processors with AVX2 and once for any x86-64; the loader picks
+// the one the machine runs. Other architectures get the plain build.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
+#define ORLU_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define ORLU_VECTOR_CLONES
+#endif
+
 namespace {
 
 bool mask_shape(INT_U32 mask, INT_S32* shift, INT_S32* ones)
@@ -24,7 +32,7 @@ bool mask_shape(INT_U32 mask, INT_S32* shift, INT_S32* ones)
     return true;
 }
 
-void convert_row_32(const INT_U32* in, INT_U32* out, INT_S32 width, INT_S32 rs, INT_S32 gs, INT_S32 bs)
+ORLU_VECTOR_CLONES void convert_row_32(const INT_U32* in, INT_U32* out, INT_S32 width, INT_S32 rs, INT_S32 gs, INT_S32 bs)
 {
     for (INT_S32 x = 0; x < width; ++x) {
         INT_U32 p = in[x];
@@ -33,7 +41,7 @@ void convert_row_32(const INT_U32* in, INT_U32* out, INT_S32 width, INT_S32 rs, 
 }
 
 // Red to bit 16, green stays, blue to bit 0: the common layout of 24 and 32-bit servers.
-void convert_row_32_swap(const INT_U32* in, INT_U32* out, INT_S32 width)
+ORLU_VECTOR_CLONES void convert_row_32_swap(const INT_U32* in, INT_U32* out, INT_S32 width)
 {
     for (INT_S32 x = 0; x < width; ++x) {
         INT_U32 p = in[x];
@@ -41,7 +49,7 @@ void convert_row_32_swap(const INT_U32* in, INT_U32* out, INT_S32 width)
     }
 }
 
-void convert_row_16(const INT_U32* in, INT_U16* out, INT_S32 width, const PIXEL_FORMAT& f)
+ORLU_VECTOR_CLONES void convert_row_16(const INT_U32* in, INT_U16* out, INT_S32 width, const PIXEL_FORMAT& f)
 {
     const INT_S32 rs = f.red_shift, gs = f.green_shift, bs = f.blue_shift;
     const INT_S32 rl = f.red_loss, gl = f.green_loss, bl = f.blue_loss;

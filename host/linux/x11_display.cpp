@@ -276,6 +276,38 @@ void set_size_hints()
     x11.XFree(hints);
 }
 
+// A colour of the icon made into a pixel of a TrueColor visual without asking the server: an icon
+// of hundreds of colours would otherwise cost a round trip each before the first frame shows.
+int icon_colour(Display* display, Colormap colormap, char* name, XColor* colour, void* closure)
+{
+    const Visual* visual = static_cast<const Visual*>(closure);
+    if (name) {
+        size_t length = strlen(name);
+        unsigned long value = 0;
+        char* end = nullptr;
+        if (name[0] == '#' && (length == 7 || length == 13))
+            value = strtoul(name + 1, &end, 16);
+        if (end && *end == 0 && length == 7) {
+            colour->red = static_cast<unsigned short>(((value >> 16) & 0xFF) * 257);
+            colour->green = static_cast<unsigned short>(((value >> 8) & 0xFF) * 257);
+            colour->blue = static_cast<unsigned short>((value & 0xFF) * 257);
+        } else if (!x11.XParseColor(display, colormap, name, colour)) {
+            return -1;
+        }
+    }
+    auto place = [](unsigned short channel, unsigned long mask) -> unsigned long {
+        if (!mask)
+            return 0;
+        int shift = __builtin_ctzl(mask);
+        int bits = __builtin_popcountl(mask);
+        return (static_cast<unsigned long>(channel >> (16 - bits)) << shift) & mask;
+    };
+    colour->pixel = place(colour->red, visual->red_mask) | place(colour->green, visual->green_mask)
+        | place(colour->blue, visual->blue_mask);
+    colour->flags = DoRed | DoGreen | DoBlue;
+    return 1;
+}
+
 void set_icon()
 {
     if (!load_xpm())
@@ -285,7 +317,17 @@ void set_icon()
         lines = default_icon;
     Pixmap pixmap = 0;
     Pixmap mask = 0;
-    if (xpm.XpmCreatePixmapFromData(x.display, x.window, const_cast<char**>(lines), &pixmap, &mask, nullptr)
+    // The icon is made for the root's visual, which the window manager draws it with.
+    int screen = x11.XDefaultScreen(x.display);
+    Visual* visual = x11.XDefaultVisual(x.display, screen);
+    XpmAttributes attributes {};
+    if (visual->c_class == TrueColor) {
+        attributes.valuemask = XpmAllocColor | XpmColorClosure;
+        attributes.alloc_color = icon_colour;
+        attributes.color_closure = visual;
+    }
+    if (xpm.XpmCreatePixmapFromData(x.display, x.window, const_cast<char**>(lines), &pixmap, &mask,
+            attributes.valuemask ? &attributes : nullptr)
         != XpmSuccess)
         return;
     XWMHints* hints = x11.XAllocWMHints();
@@ -1110,3 +1152,9 @@ INT_S32 x11_bits_per_pixel() { return x.swap_image ? x.swap_image->bits_per_pixe
 bool x11_has_video_modes() { return x.video_modes; }
 bool x11_input_grabbed() { return x.grabbed; }
 unsigned long x11_window_id() { return x.window; }
+
+void x11_sync()
+{
+    if (x.display)
+        x11.XSync(x.display, False);
+}

@@ -32,5 +32,7 @@ void x11_restore_error_handler();
 [[nodiscard]] INT_S32 x11_bits_per_pixel();
 [[nodiscard]] bool x11_has_video_modes();
 [[nodiscard]] bool x11_input_grabbed();
+// Waits until the server has handled every request sent so far (benchmarks, tests).
+void x11_sync();
 // The X window's id, 0 without one.
 [[nodiscard]] unsigned long x11_window_id();

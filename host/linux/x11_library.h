@@ -97,6 +97,8 @@
     F(XGetSelectionOwner, Window, (Display*, Atom))                                                  \
     F(XConvertSelection, int, (Display*, Atom, Atom, Atom, Window, Time))                            \
     F(XSetErrorHandler, XErrorHandler, (XErrorHandler))                                              \
+    F(XParseColor, Status, (Display*, Colormap, const char*, XColor*))                               \
+    F(XDefaultColormap, Colormap, (Display*, int))                                                   \
     F(XGetImage, XImage*,                                                                            \
         (Display*, Drawable, int, int, unsigned int, unsigned int, unsigned long, int))
 

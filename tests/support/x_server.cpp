@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -57,6 +58,8 @@ XVFB_SERVER::XVFB_SERVER(const std::string& screen, const std::vector<std::strin
         return;
     pid_t pid = fork();
     if (pid == 0) {
+        // A test that dies without its destructors still takes its server with it.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
         close(fds[0]);
         int null_fd = open("/dev/null", O_RDWR);
         dup2(null_fd, STDIN_FILENO);

@@ -162,6 +162,37 @@ TEST_F(X11_DISPLAY, a_request_larger_than_the_desktop_shrinks_and_a_minimum_abov
     EXPECT_FALSE(host_window_is_open());
 }
 
+TEST_F(X11_DISPLAY, the_window_icon_carries_the_colours_of_its_xpm)
+{
+    static const char* const icon[] = { "3 1 3 1", "  c None", "r c #FF0000", "g c #00FF80", "rg " };
+    start();
+    set_window_icon(icon);
+    ASSERT_EQ(open(100, 50, "Icon"), DISPLAY_OK);
+    set_window_icon(nullptr);
+    OTHER_CLIENT other(*server);
+    ASSERT_NE(other.display, nullptr);
+    Atom type = 0;
+    int format = 0;
+    unsigned long items = 0;
+    unsigned long left = 0;
+    unsigned char* data = nullptr;
+    ASSERT_EQ(x11.XGetWindowProperty(other.display, x11_window_id(), XA_WM_HINTS, 0, 9, False, XA_WM_HINTS, &type,
+                  &format, &items, &left, &data),
+        Success);
+    ASSERT_NE(data, nullptr);
+    ASSERT_GE(items, 8u);
+    const long* hints = reinterpret_cast<const long*>(data);
+    EXPECT_TRUE(hints[0] & IconPixmapHint);
+    EXPECT_TRUE(hints[0] & IconMaskHint) << "the None colour makes a mask";
+    Pixmap pixmap = static_cast<Pixmap>(hints[3]);
+    x11.XFree(data);
+    XImage* image = x11.XGetImage(other.display, pixmap, 0, 0, 2, 1, ~0UL, ZPixmap);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->f.get_pixel(image, 0, 0) & 0xFFFFFF, 0xFF0000u);
+    EXPECT_EQ(image->f.get_pixel(image, 1, 0) & 0xFFFFFF, 0x00FF80u);
+    image->f.destroy_image(image);
+}
+
 // ---------------------------------------------------------------------------------------------
 // Pictures at each depth
 // ---------------------------------------------------------------------------------------------
@@ -347,6 +378,37 @@ TEST_F(X11_DISPLAY, leaving_with_a_button_down_clears_the_mask_and_the_release_o
     EXPECT_EQ(button_mask, 0u);
     EXPECT_EQ(pointer_x, -1);
     EXPECT_EQ(pointer_y, -1);
+}
+
+TEST_F(X11_DISPLAY, pointer_shapes_hiding_and_warping)
+{
+    start();
+    ASSERT_EQ(open(200, 100, "Pointer Shapes"), DISPLAY_OK);
+    EXPECT_TRUE(set_pointer_shape(7, true) == false) << "no shape 7";
+    EXPECT_TRUE(set_pointer_shape(6, true));
+    for (INT_U8 shape = 0; shape <= 6; ++shape)
+        EXPECT_TRUE(set_pointer_shape(shape, false)) << int(shape);
+    ORLU_EVENT_CLIENT::hide_pointer();
+    EXPECT_EQ(pointer_visible, 0);
+    ORLU_EVENT_CLIENT::hide_pointer(); // a repeated call changes nothing
+    EXPECT_TRUE(show_pointer(false));
+    ORLU_EVENT_CLIENT::show_pointer();
+    EXPECT_EQ(pointer_visible, 1);
+    EXPECT_TRUE(set_pointer_shape(255, false));
+
+    ORLU_EVENT_CLIENT::set_pointer_position(30, 40);
+    EXPECT_EQ(pointer_x, 30);
+    EXPECT_EQ(screen_updated, 1) << "a moved pointer keeps the next pump from sleeping";
+    std::string geometry = xdotool(*server, { "getwindowgeometry", window_id() });
+    size_t at = geometry.find("Position: ");
+    ASSERT_NE(at, std::string::npos) << geometry;
+    int wx = 0, wy = 0;
+    ASSERT_EQ(sscanf(geometry.c_str() + at, "Position: %d,%d", &wx, &wy), 2);
+    std::string where = xdotool(*server, { "getmouselocation" });
+    int mx = 0, my = 0;
+    ASSERT_EQ(sscanf(where.c_str(), "x:%d y:%d", &mx, &my), 2) << where;
+    EXPECT_EQ(mx, wx + 30);
+    EXPECT_EQ(my, wy + 40);
 }
 
 // ---------------------------------------------------------------------------------------------
