@@ -11,6 +11,7 @@
 #include "base/debug_stream.h"
 #include "graphics/font.h"
 #include "frame/framework_options.h"
+#include "frame/screen.h"
 #include "host/host.h"
 #include "io/stamp.h"
 #include "host/system_info.h"
@@ -96,11 +97,12 @@ int run_application_frame(int argc, char** argv, char** envp, const APPLICATION&
         handle_pending_signals();
         if (quit_requested)
             break;
-        host_pump_events();
+        pump_events();
         running = application.update();
     }
 
     application.shutdown();
+    close_window(0);
     stop_font_system();
     host_end_of_run();
     filter_arguments(0, nullptr, nullptr, nullptr);

@@ -1,7 +1,6 @@
 // Console, message boxes, process end and clocks for Linux.
 
 #include <fcntl.h>
-#include <sys/times.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include <ctime>
 #include <new>
 
+#include "host/display.h"
 #include "host/host.h"
 #include "host/linux/host_internal.h"
 
@@ -127,16 +127,6 @@ void host_exit(INT_S32 status)
     host_close_input_devices();
     fflush(stdout);
     exit(status);
-}
-
-INT_U32 milliseconds_now()
-{
-    struct tms buffer;
-    clock_t ticks = times(&buffer);
-    long per_second = sysconf(_SC_CLK_TCK);
-    if (per_second <= 0)
-        per_second = 100;
-    return static_cast<INT_U32>(static_cast<INT_U64>(ticks) * 1000u / static_cast<INT_U64>(per_second));
 }
 
 const char* time_stamp_now()

@@ -1,8 +1,6 @@
 // Functions shared inside the Linux host layer only.
 #pragma once
 
-// Closes the X display if it is open and leaves any switched video mode. Safe to call twice.
-void host_close_display();
 // Closes the two input device descriptors of the host layer if they are open.
 void host_close_input_devices();
 // Releases pointer and keyboard grabs when the display is in full-screen mode.
