@@ -29,7 +29,7 @@
 #include "installer/engine/installer_debug.h"
 #include "installer/engine/installer_options.h"
 #include "io/package.h"
-#include "installer/engine/toolkit_look.h"
+#include "wm/core/wm_look.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Name tables
@@ -471,6 +471,11 @@ void DATABASE::reset()
     want_menu_shortcut = 1;
     desktop_checked = 0;
     desktop_check_text[0] = 0;
+
+    // The toolkit's share: the texts' colours, and the font they are written in once the font
+    // system runs (a reset made before the frame starts it leaves the font to a later one).
+    set_standard_text_colours();
+    load_system_font();
 }
 
 bool DATABASE::allocate_installations(INT_S16 count)

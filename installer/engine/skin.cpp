@@ -19,7 +19,7 @@
 #include "graphics/image_cache.h"
 #include "installer/engine/installer_debug.h"
 #include "io/stamp.h"
-#include "installer/engine/toolkit_look.h"
+#include "wm/core/wm_look.h"
 #include "wm/core/wm_style_set.h"
 
 // ---------------------------------------------------------------------------------------------

@@ -25,7 +25,7 @@ void visit(WM_SCREEN_OBJECT* object, void* context);
 void visit_children(WM_SCREEN_OBJECT* object, FOCUS_WALK* walk)
 {
     for (LLIST_NODE* node = object->children.head(); node && !walk->done(); node = node->next)
-        visit(static_cast<WM_SCREEN_OBJECT*>(node->data), walk);
+        visit(list_object(node), walk);
     if ((object->type_flags & WM_TYPE_GRID) && wm_toolkit.grid_cells && !walk->done())
         wm_toolkit.grid_cells(object, visit, walk);
 }
@@ -63,7 +63,7 @@ void visit(WM_SCREEN_OBJECT* object, void* context)
 WM_SCREEN_OBJECT* top_overlay()
 {
     for (LLIST_NODE* node = wm_toolkit.overlay_list.tail(); node; node = node->previous) {
-        WM_SCREEN_OBJECT* overlay = static_cast<WM_SCREEN_OBJECT*>(node->data);
+        WM_SCREEN_OBJECT* overlay = list_object(node);
         if (overlay->visible)
             return overlay;
     }

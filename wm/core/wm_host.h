@@ -5,20 +5,12 @@
 #pragma once
 
 #include "base/orlu_types.h"
+#include "host/input.h"
 
 class IMAGE;
 
-// Key symbols the toolkit itself acts on (X keysyms).
-constexpr INT_U32 KEY_TAB = 65289;
-constexpr INT_U32 KEY_RETURN = 65293;
-constexpr INT_U32 KEY_SHIFT_LEFT = 65505;
-constexpr INT_U32 KEY_SHIFT_RIGHT = 65506;
-constexpr INT_U32 KEY_CONTROL_LEFT = 65507;
-constexpr INT_U32 KEY_CONTROL_RIGHT = 65508;
-
-// Bits of the button mask.
-constexpr INT_U32 BUTTON_PRIMARY = 0x1;
-constexpr INT_U32 BUTTON_SECONDARY = 0x2;
+// The right Control key; the others the toolkit acts on are in host/input.h.
+constexpr INT_U32 WM_KEY_CONTROL_RIGHT = 65508;
 
 // --- Displays ------------------------------------------------------------------------------------
 // The back buffer of a display, or null when it has none (no window open, or another number).
@@ -45,7 +37,7 @@ void wm_set_pointer_state(INT_S16 x, INT_S16 y, INT_U32 buttons);
 // The last key pressed, 0 when none; wm_take_last_key answers it and clears it.
 [[nodiscard]] INT_U32 wm_last_key();
 INT_U32 wm_take_last_key();
-// Makes sure the shared typed-character buffer holds at least `size` characters.
+// Gives the shared typed-character buffer `size` characters unless it has that many already.
 void wm_use_char_buffer(INT_S32 size);
 
 // --- Time --------------------------------------------------------------------------------------------

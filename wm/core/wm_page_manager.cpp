@@ -150,7 +150,7 @@ INT_S32 WM_PAGE_MANAGER::update(bool flush)
     if (wm_last_key() == KEY_TAB) {
         wm_take_last_key();
         bool shift = wm_key_down(KEY_SHIFT_LEFT) || wm_key_down(KEY_SHIFT_RIGHT);
-        bool control = wm_key_down(KEY_CONTROL_LEFT) || wm_key_down(KEY_CONTROL_RIGHT);
+        bool control = wm_key_down(KEY_CONTROL_LEFT) || wm_key_down(WM_KEY_CONTROL_RIGHT);
         if (!shift && !control)
             focus_next();
         else if (!shift)
@@ -337,7 +337,7 @@ void WM_PAGE_MANAGER::close_dialogs()
     WM_SCREEN_OBJECT* dialogs[256];
     INT_S32 found = 0;
     for (LLIST_NODE* node = wm_toolkit.overlay_list.head(); node && found < 256; node = node->next) {
-        WM_SCREEN_OBJECT* overlay = static_cast<WM_SCREEN_OBJECT*>(node->data);
+        WM_SCREEN_OBJECT* overlay = list_object(node);
         if (overlay->type_flags & WM_TYPE_DIALOG)
             dialogs[found++] = overlay;
     }

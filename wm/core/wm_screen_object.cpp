@@ -14,6 +14,8 @@
 
 #include "wm/core/wm_screen_object.h"
 
+#include <cstring>
+
 #include "base/error_report.h"
 #include "graphics/image.h"
 #include "host/host.h"
@@ -49,6 +51,14 @@ void fatal_error_invalid_size()
     fatal_error(0x60, nullptr);
 }
 
+WM_SCREEN_OBJECT* list_object(const LLIST_NODE* node)
+{
+    WM_SCREEN_OBJECT* object = nullptr;
+    if (node && node->data)
+        memcpy(&object, node->data, sizeof object);
+    return object;
+}
+
 void list_append(PTRLLIST& list, void* pointer)
 {
     // insert() puts the node in front of the cursor; run the cursor off the end first.
@@ -61,9 +71,9 @@ void list_append(PTRLLIST& list, void* pointer)
 
 namespace {
 
-WM_SCREEN_OBJECT* object_of(LLIST_NODE* node)
+WM_SCREEN_OBJECT* object_of(const LLIST_NODE* node)
 {
-    return static_cast<WM_SCREEN_OBJECT*>(node->data);
+    return list_object(node);
 }
 
 // The saved clip of the draw target.
@@ -279,7 +289,7 @@ INT_S32 WM_SCREEN_OBJECT::update()
     // Control with the activate key is the keyboard's way to the secondary button of the
     // focused object: pressed where its centre is.
     if (has_focus() && (key_down || activate_key_down)
-        && (wm_key_down(KEY_CONTROL_LEFT) || wm_key_down(KEY_CONTROL_RIGHT))) {
+        && (wm_key_down(KEY_CONTROL_LEFT) || wm_key_down(WM_KEY_CONTROL_RIGHT))) {
         pressed = key_down;
         px = x + width / 2;
         py = y + height / 2;
@@ -569,7 +579,7 @@ INT_S32 WM_SCREEN_OBJECT::top_overlay_z()
 bool WM_SCREEN_OBJECT::is_overlay(const WM_SCREEN_OBJECT* object)
 {
     for (LLIST_NODE* node = wm_toolkit.overlay_list.head(); node; node = node->next) {
-        if (node->data == object)
+        if (object_of(node) == object)
             return true;
     }
     return false;

@@ -320,6 +320,12 @@ private:
 
 // Appends to a pointer list at its tail whatever its cursor says.
 void list_append(PTRLLIST& list, void* pointer);
+// The object a node of `children` or of the overlay list stands for (the node keeps a copy of
+// the pointer).
+[[nodiscard]] WM_SCREEN_OBJECT* list_object(const LLIST_NODE* node);
+
+// The width in pixels of a border of the given type (1: the theme's type).
+[[nodiscard]] INT_S32 border_thickness(INT_S32 type);
 
 // Ends the program through the fatal error report: a widget was given an impossible size.
 [[noreturn]] void fatal_error_invalid_size();

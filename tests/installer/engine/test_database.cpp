@@ -11,7 +11,7 @@
 #include "graphics/image_cache.h"
 #include "installer/engine/database.h"
 #include "installer/engine/installer_options.h"
-#include "installer/engine/toolkit_look.h"
+#include "wm/core/wm_look.h"
 #include "memory_device.h"
 #include "io/package.h"
 #include "test_support.h"

@@ -16,7 +16,7 @@
 #include "installer/engine/skin.h"
 #include "test_support.h"
 #include "graphics/tiled_image.h"
-#include "installer/engine/toolkit_look.h"
+#include "wm/core/wm_look.h"
 #include "wm/core/wm_style_set.h"
 
 namespace {

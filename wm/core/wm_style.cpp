@@ -1,0 +1,199 @@
+// The widget side of style sets.
+
+#include "wm/core/wm_style.h"
+
+#include "graphics/font.h"
+#include "graphics/image.h"
+#include "graphics/tiled_image.h"
+#include "wm/core/wm_screen_object.h"
+#include "wm/core/wm_style_set.h"
+
+WM_STYLE_FONT style_font(const WM_STYLE_SET* style)
+{
+    WM_STYLE_FONT result;
+    const IMAGE* target = wm_toolkit.draw_target;
+    INT_U8 default_font = target ? static_cast<INT_U8>(target->default_font) : 10;
+    INT_S16 default_width = target ? target->default_font_width : 22;
+    INT_S16 default_height = target ? target->default_font_height : 22;
+    result.font = style && style->font_id != 255 ? style->font_id : default_font;
+    result.width = style && style->font_x_sz > 0 ? style->font_x_sz : default_width;
+    result.height = style && style->font_y_sz > 0 ? style->font_y_sz : default_height;
+    return result;
+}
+
+WM_STYLE_GAPS style_border_gaps(const WM_STYLE_SET* style, const WM_SCREEN_OBJECT* object)
+{
+    WM_STYLE_GAPS gaps;
+    if (!style)
+        return gaps;
+    INT_S32 type = style->shading_type;
+    if (type == 1 && object)
+        type = object->shading_type;
+    if (type == 1)
+        type = wm_toolkit.theme_shading_type;
+    INT_S16 thickness = static_cast<INT_S16>(border_thickness(type));
+    gaps.left = style->border_left_gap >= 0 ? style->border_left_gap : thickness;
+    gaps.right = style->border_right_gap >= 0 ? style->border_right_gap : thickness;
+    gaps.top = style->border_top_gap >= 0 ? style->border_top_gap : thickness;
+    gaps.bottom = style->border_bottom_gap >= 0 ? style->border_bottom_gap : thickness;
+    return gaps;
+}
+
+WM_STYLE_GAPS style_cell_gaps(const WM_STYLE_SET* style)
+{
+    WM_STYLE_GAPS gaps;
+    if (!style)
+        return gaps;
+    gaps.left = style->cell_left_gap >= 0 ? style->cell_left_gap : 0;
+    gaps.right = style->cell_right_gap >= 0 ? style->cell_right_gap : 0;
+    gaps.top = style->cell_top_gap >= 0 ? style->cell_top_gap : 0;
+    gaps.bottom = style->cell_bottom_gap >= 0 ? style->cell_bottom_gap : 0;
+    return gaps;
+}
+
+INT_U16 style_border_sides(const WM_STYLE_SET* style)
+{
+    if (!style || !(style->flags & ssf_draw_border))
+        return 0;
+    INT_U16 sides = static_cast<INT_U16>(style->shading_flags & ~BORDER_INVERTED);
+    if (style->flags & ssf_indent_border)
+        sides |= BORDER_INVERTED;
+    return sides;
+}
+
+INT_U8 style_text_flags(const WM_STYLE_SET* style)
+{
+    if (!style)
+        return 0;
+    INT_U8 flags = style->get_text_flags();
+    if (style->flags & ssf_reflect_text)
+        flags |= TEXT_REFLECT;
+    return flags;
+}
+
+void apply_style(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style)
+{
+    if (!object || !style)
+        return;
+    object->visible = style->visible ? 1 : 0;
+    object->draw_pending = object->visible;
+    object->shading_type = static_cast<INT_U8>(style->shading_type);
+    object->border_sides = style_border_sides(style);
+    if (style->shading_base_colour.alpha() != 0)
+        object->colour = style->shading_base_colour;
+    object->indent_when_active = (style->ext_flags & ssef_indent_when_active) ? 1 : 0;
+}
+
+bool style_take_image(const WM_STYLE_SET* style, INT_S32 slot, TILED_IMAGE* into)
+{
+    if (!into)
+        return false;
+    into->free_pieces();
+    if (!style || slot < 0 || slot >= STYLE_IMAGE_COUNT)
+        return false;
+    const TILED_IMAGE* source = style->images[slot];
+    if ((!source || !source->is_loaded()) && (slot == STYLE_IMAGE_UP || slot == STYLE_IMAGE_DOWN))
+        source = style->images[STYLE_IMAGE_BASE];
+    if (!source || !source->is_loaded())
+        return false;
+    into->copy(*source);
+    return into->is_loaded();
+}
+
+void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED_IMAGE* face, INT_S32 x1, INT_S32 y1,
+    INT_S32 x2, INT_S32 y2, bool pressed)
+{
+    IMAGE* target = wm_toolkit.draw_target;
+    if (!target || !target->has_pixels() || !style || x2 < x1 || y2 < y1)
+        return;
+    if (face && face->is_loaded()) {
+        bool stretch = !(style->flags & ssf_dont_resize_image);
+        face->draw(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+            static_cast<INT_S16>(y2), stretch, target, BLIT_ALPHA, false);
+        return;
+    }
+
+    INT_U8 corners = static_cast<INT_U8>((style->shading_flags >> 4) & 0xF);
+    INT_S16 radius = corners ? IMAGE::default_corner_radius(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
+                                   static_cast<INT_S16>(x2), static_cast<INT_S16>(y2))
+                             : 0;
+    auto box = [&](const COLOUR& a, const COLOUR& b, INT_U8 shade, INT_S8 percent) {
+        if (corners && radius > 0)
+            target->draw_rounded_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+                static_cast<INT_S16>(y2), radius, corners, a, b, shade, percent);
+        else if (shade == SHADE_DARKEN)
+            target->darken_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+                static_cast<INT_S16>(y2), percent);
+        else if (shade == SHADE_HORIZONTAL)
+            target->gradient_box_horizontal(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
+                static_cast<INT_S16>(x2), static_cast<INT_S16>(y2), a, b, true);
+        else if (shade == SHADE_VERTICAL)
+            target->gradient_box_vertical(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+                static_cast<INT_S16>(y2), a, b, true);
+        else
+            target->fill_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+                static_cast<INT_S16>(y2), a, true);
+    };
+
+    const COLOUR& background = style->bg_colour;
+    COLOUR fading = style->fading_colour.alpha() != 0 ? style->fading_colour : background;
+    if (style->flags & ssf_darkened_background) {
+        box(COLOUR_BLACK, COLOUR_BLACK, SHADE_DARKEN, 50);
+    } else if (background.alpha() != 0) {
+        if (style->flags & ssf_hfading) {
+            box(background, fading, SHADE_HORIZONTAL, 0);
+        } else if (style->flags & ssf_vfading) {
+            bool upside_down = pressed && (style->ext_flags & ssef_invert_vfading_on_press);
+            box(upside_down ? fading : background, upside_down ? background : fading, SHADE_VERTICAL, 0);
+        } else {
+            box(background, background, SHADE_SOLID, 0);
+        }
+    }
+
+    if (!(style->flags & ssf_draw_border) || !object)
+        return;
+    INT_U16 sides = static_cast<INT_U16>(style->shading_flags & ~BORDER_INVERTED);
+    if (style->flags & ssf_indent_border)
+        sides |= BORDER_INVERTED;
+    else if (!(style->flags & ssf_outstanding_border))
+        return;
+    if (pressed)
+        sides ^= BORDER_INVERTED;
+    // With "ssf_use_text_colour_for_outline" the outline follows the text for this border only.
+    COLOUR outline = wm_toolkit.theme_outline_colour;
+    if (style->flags & ssf_use_text_colour_for_outline)
+        wm_toolkit.theme_outline_colour = style->fg_colour;
+    object->draw_shaded_box(x1, y1, x2, y2, sides, style->shading_base_colour, style->shading_type, -1);
+    wm_toolkit.theme_outline_colour = outline;
+}
+
+void paint_style_text(const WM_STYLE_SET* style, const char* text, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,
+    const COLOUR& colour)
+{
+    IMAGE* target = wm_toolkit.draw_target;
+    if (!target || !target->has_pixels() || !text || !*text || x2 < x1 || y2 < y1)
+        return;
+    WM_STYLE_FONT font = style_font(style);
+    INT_U8 flags = style_text_flags(style);
+    COLOUR ink = colour.alpha() != 0 ? colour : (style ? style->fg_colour : COLOUR_WHITE);
+    COLOUR underline = style ? style->underline_colour : COLOUR();
+    if (style && (style->flags & ssf_wrap_text)) {
+        target->draw_text_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+            static_cast<INT_S16>(y2), ink, COLOUR(), underline, font.font, font.width, font.height, text, flags);
+        return;
+    }
+    INT_S32 text_width = target->text_width(font.font, font.width, font.height, text);
+    INT_S32 x = x1 + (x2 - x1 + 1 - text_width) / 2;
+    if (flags & TEXT_LEFT)
+        x = x1;
+    else if (flags & TEXT_RIGHT)
+        x = x2 + 1 - text_width;
+    INT_S32 y = y1 + (y2 - y1 + 1 - font.height) / 2;
+    if (flags & TEXT_TOP)
+        y = y1;
+    else if (flags & TEXT_BOTTOM)
+        y = y2 + 1 - font.height;
+    INT_U8 effects = static_cast<INT_U8>(flags & (TEXT_SHADOW | TEXT_INSET | TEXT_CHISELED | TEXT_REFLECT));
+    target->draw_text(static_cast<INT_S16>(x), static_cast<INT_S16>(y), ink, COLOUR(), underline, font.font,
+        font.width, font.height, text, effects);
+}

@@ -1,0 +1,70 @@
+// The widget side of style sets: how a widget takes its colours, font, gaps, images and flags
+// from a WM_STYLE_SET, and how a styled face and text are painted. Widgets copy what they need
+// at construction (a skin may be replaced behind them) and paint from their copies; these helpers
+// are the one place that knows the fallbacks:
+//
+//   font       font_id 255 is the draw target's default font; a size of -1 its default size
+//   gaps       a border gap of -1 is the border's thickness (shading_thickness of the style's
+//              type); a cell gap of -1 is 0
+//   borders    none without "ssf_draw_border"; else shading_flags with 0x8000 (pressed look)
+//              from "ssf_indent_border"
+//   colour     a visible shading_base_colour shades the border instead of the theme
+//   images     the up and down faces fall back on the base image
+//   text       the seven text bits of flags, plus "ssf_reflect_text"
+#pragma once
+
+#include "base/orlu_types.h"
+#include "graphics/colour.h"
+
+class TILED_IMAGE;
+class WM_SCREEN_OBJECT;
+class WM_STYLE_SET;
+
+struct WM_STYLE_FONT {
+    INT_U8 font { 255 };
+    INT_S16 width { -1 };
+    INT_S16 height { -1 };
+};
+
+struct WM_STYLE_GAPS {
+    INT_S16 left { 0 };
+    INT_S16 right { 0 };
+    INT_S16 top { 0 };
+    INT_S16 bottom { 0 };
+};
+
+// The style's font with the draw target's defaults for what it leaves open. A null style gives
+// the defaults.
+[[nodiscard]] WM_STYLE_FONT style_font(const WM_STYLE_SET* style);
+// Border gaps; -1 becomes the border's thickness for `object`'s type resolution (null object:
+// the style's own type, then the theme's).
+[[nodiscard]] WM_STYLE_GAPS style_border_gaps(const WM_STYLE_SET* style, const WM_SCREEN_OBJECT* object);
+// Cell gaps; -1 becomes 0.
+[[nodiscard]] WM_STYLE_GAPS style_cell_gaps(const WM_STYLE_SET* style);
+// The `sides` mask a widget of this style draws its border with.
+[[nodiscard]] INT_U16 style_border_sides(const WM_STYLE_SET* style);
+// The text flags for drawing (TEXT_FLAG of graphics/font.h).
+[[nodiscard]] INT_U8 style_text_flags(const WM_STYLE_SET* style);
+
+// Copies what the base object keeps of a style: visible, shading_type, the border sides, the
+// border's base colour and indent_when_active. Null does nothing.
+void apply_style(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style);
+
+// Gives `into` the pieces of one image slot, sharing them (one reference each). The up and down
+// faces fall back on the base image. False, with `into` emptied, when the slot (and its fallback)
+// is empty or the style has no images loaded.
+bool style_take_image(const WM_STYLE_SET* style, INT_S32 slot, TILED_IMAGE* into);
+
+// The face of a styled panel or button into the draw target, inside the inclusive rectangle:
+// with a face image, the image stretched over it (or centred at its own size with
+// "ssf_dont_resize_image"); otherwise the background (darkened, faded across or down, or plain,
+// with the round corners of shading_flags) and the border. `pressed` gives the inverted border
+// and, with "ssef_invert_vfading_on_press", the vertical fading upside down.
+void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED_IMAGE* face, INT_S32 x1, INT_S32 y1,
+    INT_S32 x2, INT_S32 y2, bool pressed);
+
+// Text inside the inclusive rectangle, placed by the style's alignment bits (centred without
+// them), wrapped with "ssf_wrap_text", in `colour` (invisible: fg_colour) with the style's
+// effects and underline.
+void paint_style_text(const WM_STYLE_SET* style, const char* text, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,
+    const COLOUR& colour);
