@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "wm/core/wm_look.h"
+
 WM_DIALOG_EFFECT built_in_dialog_effect()
 {
     return WM_DIALOG_EFFECT {};
@@ -19,6 +21,15 @@ WM_DIALOG_EFFECT built_in_floating_menu_effect()
 
 WM_DIALOG_EFFECT dialog_effect_default = built_in_dialog_effect();
 WM_DIALOG_EFFECT floating_menu_effect_default = built_in_floating_menu_effect();
+
+void use_toolkit_dialog_effect()
+{
+    TOOLKIT_DIALOG_EFFECT look = toolkit_dialog_effect();
+    dialog_effect_default.flags = look.flags;
+    dialog_effect_default.open_delay = look.open_delay < 0 ? 0 : static_cast<INT_U32>(look.open_delay);
+    dialog_effect_default.display_delay = look.display_delay < 0 ? 0 : static_cast<INT_U32>(look.display_delay);
+    dialog_effect_default.dragging_alpha = look.dragging_alpha;
+}
 
 const char* WM_DIALOG_EFFECT::describe(char* buffer, size_t size) const
 {

@@ -43,6 +43,9 @@ extern WM_DIALOG_EFFECT dialog_effect_default;
 extern WM_DIALOG_EFFECT floating_menu_effect_default;
 WM_DIALOG_EFFECT built_in_dialog_effect();
 WM_DIALOG_EFFECT built_in_floating_menu_effect();
+// Makes the effect that the application's data carries (the toolkit's look, wm_look.h) the one
+// of dialogs that name none.
+void use_toolkit_dialog_effect();
 
 // How long a change of alpha from `alpha` to `target` takes: display_delay between two non-zero
 // values (a drag), open_delay when either end is 0 (opening, closing).

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "wm/core/wm_look.h"
 #include "wm/dialogs/wm_dialog_effect.h"
 
 TEST(WM_DIALOG_EFFECT, defaults_and_their_text)
@@ -107,4 +108,22 @@ TEST(WM_DIALOG_EFFECT, slide_points_for_display_area_and_own_size)
     // The display wins when both edge bits are set.
     dialog_slide_point(DIALOG_DISPLAY_EDGES | DIALOG_AREA_EDGES | DIALOG_FROM_TOP, 300, 200, 400, 300, frame, &x, &y);
     EXPECT_EQ(y, -300);
+}
+
+TEST(WM_DIALOG_EFFECT, the_toolkit_look_becomes_the_default_of_dialogs)
+{
+    TOOLKIT_DIALOG_EFFECT look;
+    look.flags = 0x33;
+    look.open_delay = 250;
+    look.display_delay = 900;
+    look.dragging_alpha = 0xA0;
+    TOOLKIT_DIALOG_EFFECT saved = toolkit_dialog_effect();
+    set_toolkit_dialog_effect(look);
+    use_toolkit_dialog_effect();
+    EXPECT_EQ(dialog_effect_default.flags, 0x33u);
+    EXPECT_EQ(dialog_effect_default.open_delay, 250u);
+    EXPECT_EQ(dialog_effect_default.display_delay, 900u);
+    EXPECT_EQ(dialog_effect_default.dragging_alpha, 0xA0u);
+    set_toolkit_dialog_effect(saved);
+    dialog_effect_default = built_in_dialog_effect();
 }
