@@ -94,12 +94,15 @@ void WM_CHECK_BOX::lay_out()
     label->set_size(label_w, height, false);
 }
 
+// A box with pictures shows the state by its active faces; one without by its mark, and by its
+// pressed colour (the style's active colour), sunk in.
 void WM_CHECK_BOX::show_state()
 {
-    if (box->has_images())
-        box->set_active(checked != 0);
-    else
+    box->set_active(checked != 0);
+    if (!box->has_images()) {
+        box->indent_when_active = 1;
         box->set_title(checked ? "X" : " ", false);
+    }
     box->show(false);
 }
 

@@ -6,8 +6,8 @@
 //   clear     | checked / left_callback                                     | v, no callback
 //   checked   | clear / left_callback                                       | v, no callback
 //
-// The box shows "X" when checked and " " when not; a box with skin images shows the checked
-// state as its `active` face instead.
+// The box shows "X" when checked and " " when not, sunk in and filled with the style's active
+// colour; a box with skin images shows the checked state by its `active` faces instead.
 #pragma once
 
 #include "wm/core/wm_screen_object.h"
