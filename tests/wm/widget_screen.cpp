@@ -52,6 +52,9 @@ void WIDGET_SCREEN::SetUp()
 
 void WIDGET_SCREEN::TearDown()
 {
+    // Overlays belong to nobody's tree: they go with the list.
+    if (page)
+        page->clear_objects(true, false);
     delete manager;
     manager = nullptr;
     reset_toolkit_state();

@@ -21,6 +21,7 @@
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_look.h"
 #include "wm/core/wm_page_manager.h"
+#include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
 #include "wm/widgets/wm_default_styles.h"
 #include "wm/widgets/wm_face.h"
@@ -150,7 +151,7 @@ WM_BUTTON::WM_BUTTON(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const WM_ST
     else if (style.ext_flags & ssef_auto_actiavte)
         click_mode = 2;
     face_flags = face_flags_from_style(style);
-    border_sides = border_sides_from_style(style);
+    border_sides = style_border_sides(&style);
     if (style.flags & ssf_disabled)
         enabled = 0;
     if (style.ext_flags & ssef_indent_when_active)

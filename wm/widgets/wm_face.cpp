@@ -114,16 +114,6 @@ INT_U32 face_flags_from_style(const WM_STYLE_SET& style)
     return face;
 }
 
-INT_U16 border_sides_from_style(const WM_STYLE_SET& style)
-{
-    if (!(style.flags & ssf_draw_border))
-        return 0;
-    INT_U16 sides = style.shading_flags & 0x7FFF;
-    if (style.flags & ssf_indent_border)
-        sides |= SIDES_INVERTED;
-    return sides;
-}
-
 INT_U8 face_text_flags(INT_U32 face_flags)
 {
     INT_U8 flags = 0;

@@ -42,14 +42,8 @@ enum FACE_FLAG : INT_U32 {
     FACE_REFLECT_TEXT = 0x2000000,
 };
 
-// Bit of a `sides` mask that draws a box pressed in.
-constexpr INT_U16 SIDES_INVERTED = 0x8000;
-
 // The face flags that a style set's `flags` and `ext_flags` give.
 INT_U32 face_flags_from_style(const WM_STYLE_SET& style);
-// The sides of a widget's border: 0 without "ssf_draw_border", otherwise `shading_flags` with its
-// top bit cleared and SIDES_INVERTED added for "ssf_indent_border".
-INT_U16 border_sides_from_style(const WM_STYLE_SET& style);
 // The TEXT_FLAG bits of font.h for the face flags: alignment and rendering.
 INT_U8 face_text_flags(INT_U32 face_flags);
 

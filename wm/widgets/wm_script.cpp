@@ -6,6 +6,7 @@
 #include "graphics/image.h"
 #include "graphics/tiled_image.h"
 #include "wm/core/wm_host.h"
+#include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
 #include "wm/widgets/wm_face.h"
 
@@ -96,7 +97,7 @@ void WM_SCRIPT::take_style(const WM_STYLE_SET& style, INT_S16 width_, INT_S16 he
     x_spacing = style.x_spacing;
     y_spacing = style.y_spacing;
     face_flags = face_flags_from_style(style);
-    border_sides = border_sides_from_style(style);
+    border_sides = style_border_sides(&style);
 
     if (style.image_filename && style.image_filename[0]) {
         if (style.images_loaded) {

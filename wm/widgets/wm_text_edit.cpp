@@ -5,6 +5,7 @@
 
 #include "graphics/image.h"
 #include "wm/core/wm_host.h"
+#include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
 #include "wm/widgets/wm_face.h"
 
@@ -58,7 +59,7 @@ WM_TEXT_EDIT::WM_TEXT_EDIT(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 heigh
         font_x_sz = style->font_x_sz;
         font_y_sz = style->font_y_sz;
         shading_type = static_cast<INT_U8>(style->shading_type);
-        border_sides = border_sides_from_style(style[0]) ? border_sides_from_style(style[0]) | BORDER_INVERTED : 0;
+        border_sides = style_border_sides(style) ? style_border_sides(style) | BORDER_INVERTED : 0;
         if (style->cell_left_gap >= 0)
             left_gap = style->cell_left_gap;
         if (style->cell_right_gap >= 0)

@@ -597,3 +597,37 @@ TEST_F(BUTTON_MACHINE, pointer_shape_is_a_hand_over_and_held_when_pressed)
     frame();
     EXPECT_EQ(manager->pointer_shape, 0);
 }
+
+// --- Click mask ----------------------------------------------------------------------------------------
+
+#include "io/data_file.h"
+#include "io/folder.h"
+#include "test_support.h"
+#include "wm/widgets/wm_face.h"
+
+TEST_F(BUTTON_MACHINE, a_button_with_faces_reacts_only_on_their_solid_pixels_unless_told_not_to_mask)
+{
+    // A face whose left half is clear.
+    TEMP_FOLDER temp;
+    FOLDER folder;
+    ASSERT_TRUE(folder.set_raw(temp.path().c_str()));
+    IMAGE face(40, 40);
+    face.fill_box(20, 0, 39, 39, COLOUR_RED, false);
+    DATA_FILE* out = folder.open_data_file("half.png", FILE_WRITE, 0, false);
+    ASSERT_NE(out, nullptr);
+    ASSERT_TRUE(face.save_png(out));
+    FOLDER::close_data_file(&out);
+
+    LOG log;
+    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
+    button->set_size(40, 40, false);
+    ASSERT_TRUE(button->set_images(temp.path().c_str(), "half", nullptr));
+    add(button);
+    click(105, 120);
+    EXPECT_TRUE(log.events.empty());
+    click(130, 120);
+    EXPECT_EQ(log.events.size(), 1u);
+    button->face_flags |= FACE_DONT_MASK_CLICK;
+    click(105, 120);
+    EXPECT_EQ(log.events.size(), 2u);
+}
