@@ -2,7 +2,9 @@
 
 #include "frame/screen.h"
 
+#include "base/debug_stream.h"
 #include "base/error_report.h"
+#include "host/host.h"
 #include "frame/application_frame.h"
 
 namespace {
@@ -30,6 +32,8 @@ void close_requested()
     quit_requested = handler ? handler(0) : 0;
 }
 
+void platform_trace(const char* text) { debug_printf(&platform_debug, "%s", text); }
+
 void resize_screen(INT_S32 width, INT_S32 height)
 {
     BACK_BUFFER& buffer = screen();
@@ -47,6 +51,10 @@ bool open_window(const WINDOW_REQUEST& request, INT_U16 display)
 {
     if (display != 0)
         return false;
+    set_host_trace_sink(platform_trace);
+    const APPLICATION_RECORD* record = running_application_record();
+    if (record && !window_icon())
+        set_window_icon(record->linux_icon);
     INT_S32 width = 0;
     INT_S32 height = 0;
     INT_S32 status = host_open_window(request, &width, &height);

@@ -2,8 +2,10 @@
 
 #include "host/display.h"
 
+#include <cstdarg>
 #include <cstdio>
 
+#include "host/host.h"
 #include "host/input.h"
 
 namespace {
@@ -14,6 +16,8 @@ INT_S32 window_width = 0;
 INT_S32 window_height = 0;
 EXPOSE_HANDLER expose_handler = nullptr;
 CLOSE_HANDLER close_handler = nullptr;
+HOST_TRACE_SINK trace_sink = nullptr;
+const char* const* icon_lines = nullptr;
 
 } // namespace
 
@@ -204,3 +208,20 @@ bool window_geometry(const WINDOW_REQUEST& request, INT_S32 desk_width, INT_S32 
         return false;
     return true;
 }
+
+void set_host_trace_sink(HOST_TRACE_SINK sink) { trace_sink = sink; }
+
+void host_trace(const char* format, ...)
+{
+    if (!trace_sink)
+        return;
+    char line[512];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    trace_sink(line);
+}
+
+void set_window_icon(const char* const* xpm_lines) { icon_lines = xpm_lines; }
+const char* const* window_icon() { return icon_lines; }

@@ -133,6 +133,10 @@ void host_close_window();
 [[nodiscard]] bool host_window_is_open();
 [[nodiscard]] INT_S32 host_window_width();
 [[nodiscard]] INT_S32 host_window_height();
+// The window's icon as XPM lines ("w h colours chars", the colours, the rows); null uses the
+// host's own. The frame hands over the application's. Takes effect for windows made afterwards.
+void set_window_icon(const char* const* xpm_lines);
+[[nodiscard]] const char* const* window_icon();
 // Sets the window and icon names.
 void host_set_window_title(const char* title);
 // Shows the picture when it changed (or the OpenGL route has a frame pending); true when it was

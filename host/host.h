@@ -36,6 +36,12 @@ void host_pump_events();
 // host's devices.
 void host_end_of_run();
 
+// Lines for the platform's debug stream ("ORLU Platform"). The host cannot see the streams, so the
+// frame hands it a sink; without one the lines are dropped.
+typedef void (*HOST_TRACE_SINK)(const char* text);
+void set_host_trace_sink(HOST_TRACE_SINK sink);
+void host_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
 // Splits a path as the user typed it into an absolute folder and the last name. A relative path
 // is taken from the working folder. False when the folder part does not exist or the result
 // would not fit ORLU_MAX_PATH.

@@ -41,11 +41,6 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
     if (!found || !(stamp.flags & STAMP_FLAG_DATA_SET))
         return UNPACK_NO_DATA_SET;
 
-    // The whole file is checked first, so a damaged installer installs nothing and leaves
-    // nothing behind.
-    if (verify_stamped_file(own, own_file_name) == STAMP_VERIFY_DAMAGED)
-        return UNPACK_DAMAGED;
-
     DATA_FILE* device = own.open_data_file(own_file_name, FILE_READ, ORDER_MARKER_IN_FILE, false);
     if (!device)
         return UNPACK_NO_DATA_SET;
@@ -55,6 +50,17 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
         return UNPACK_DAMAGED;
     }
     database->file_cache_sz = header.file_cache_size;
+    // Chunk 0: the header is read and nothing is unpacked yet. The splash shows from here, before
+    // the whole file is read through for its check.
+    if (progress)
+        progress(0, 0, header.data_end > header.chunk_start ? header.data_end - header.chunk_start : 0, context);
+
+    // The whole file is checked before anything is written, so a damaged installer installs
+    // nothing and leaves nothing behind.
+    if (verify_stamped_file(own, own_file_name) == STAMP_VERIFY_DAMAGED) {
+        FOLDER::close_data_file(&device);
+        return UNPACK_DAMAGED;
+    }
 
     FOLDER temp("$TEMP");
     bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);

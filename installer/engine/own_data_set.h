@@ -15,8 +15,9 @@ enum UNPACK_RESULT : INT_S32 {
     UNPACK_INTERRUPTED = 4, // a signal ended the run
 };
 
-// Reads the running executable's stamp, checks the whole data set against the recorded length
-// and CRC-32 before anything is written, then unpacks it. On UNPACK_DONE the database's
+// Reads the running executable's stamp and the data set's header, calls `progress` with chunk 0
+// (the splash can show now), checks the whole data set against the recorded length and CRC-32
+// before anything is written, then unpacks it, calling `progress` after each chunk. On UNPACK_DONE the database's
 // `data_folder` is $TEMP and its `file_cache_sz` the data set's; every other answer leaves no
 // package behind. `splash` may be null.
 [[nodiscard]] UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash,

@@ -142,12 +142,11 @@ TEST(INSTALLER_COMMAND_LINE, automatic_run_without_data_reports_and_exits)
     EXPECT_EQ(run.status, 1);
 }
 
-TEST(INSTALLER_COMMAND_LINE, interactive_run_without_data_shows_the_message_and_the_error)
+TEST(INSTALLER_COMMAND_LINE, interactive_run_without_display_says_so_in_one_line)
 {
     RUN_RESULT run = run_installer({});
     EXPECT_EQ(run.output,
-        "\n*\n*\tNo installation data found!\n*\n*\tMake sure you have got all required files.\n*\n*  Press Return\n*"
-        "\nError, unable to continue...\n\nNo installation data found!\n\n");
+        "There is no X display (DISPLAY is not set). Run the installer with -a to install without one.\n");
     EXPECT_EQ(run.status, EARLY_EXIT);
 }
 

@@ -61,6 +61,9 @@ PAGE_AREA::PAGE_AREA(INT_S32 x_in, INT_S32 y_in, INT_S32 width_in, INT_S32 heigh
     : WM_MANAGER(x_in, y_in, width_in, height_in, true)
 {
     follows_display = width_in == 0 || height_in == 0 ? 1 : 0;
+    // Sized now when a display exists, so that the first page marks and walks a real rectangle.
+    (void)get_width();
+    (void)get_height();
     for (PAGE_ENTRY& entry : history)
         entry.clear();
     pending.clear();
@@ -95,10 +98,12 @@ WM_PAGE_MANAGER::WM_PAGE_MANAGER(INT_S32 count, INT_S32 event_buffer_size)
 
 WM_PAGE_MANAGER::~WM_PAGE_MANAGER()
 {
-    for (INT_S32 i = 0; i < area_count; ++i) {
+    // Every area is reset before any is deleted: freeing a page asks all areas whether its data
+    // is still in use.
+    for (INT_S32 i = 0; i < area_count; ++i)
         reset_area(i);
+    for (INT_S32 i = 0; i < area_count; ++i)
         delete areas[i];
-    }
     delete[] areas;
     areas = nullptr;
     area_count = 0;
@@ -136,6 +141,14 @@ INT_S32 WM_PAGE_MANAGER::update(bool flush)
     if (display_width == 0 || display_height == 0) {
         display_width = static_cast<INT_U16>(wm_display_width(0));
         display_height = static_cast<INT_U16>(wm_display_height(0));
+        // Areas made before there was a display take its size now, and the first frame on a
+        // display paints all of it.
+        for (INT_S32 i = 0; i < area_count; ++i) {
+            (void)areas[i]->get_width();
+            (void)areas[i]->get_height();
+        }
+        if (area_count > 0 && display_width > 0)
+            areas[0]->mark_all_dirty();
     }
     wm_toolkit.focus_seen = 0;
     pointer_shape = pointer_shapes_in_use ? 0 : -1;

@@ -228,7 +228,7 @@ bool WM_SCREEN_OBJECT::close_overlay(WM_SCREEN_OBJECT* overlay)
 
 void WM_SCREEN_OBJECT::note_focus_serviced()
 {
-    if (wm_toolkit.focus_object == this)
+    if (wm_toolkit.focus_object == this && visible)
         wm_toolkit.focus_seen = 1;
 }
 
@@ -239,7 +239,9 @@ bool WM_SCREEN_OBJECT::activate_key_is_down()
 
 INT_S32 WM_SCREEN_OBJECT::update()
 {
-    note_focus_serviced();
+    // A hidden focus object is not serviced: the frame's repair then moves the focus on.
+    if (visible)
+        note_focus_serviced();
 
     // The topmost visible overlay is modal: nothing else in the program gets input this frame.
     if (wm_toolkit.overlays_enabled && wm_toolkit.overlay_list.count() > 0) {

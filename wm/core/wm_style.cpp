@@ -163,7 +163,8 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
     COLOUR outline = wm_toolkit.theme_outline_colour;
     if (style->flags & ssf_use_text_colour_for_outline)
         wm_toolkit.theme_outline_colour = style->fg_colour;
-    object->draw_shaded_box(x1, y1, x2, y2, sides, style->shading_base_colour, style->shading_type, -1);
+    // The border shades the face's own colour unless the object or the theme says otherwise.
+    object->draw_shaded_box(x1, y1, x2, y2, sides, style->bg_colour, style->shading_type, -1);
     wm_toolkit.theme_outline_colour = outline;
 }
 

@@ -58,7 +58,8 @@ bool style_take_image(const WM_STYLE_SET* style, INT_S32 slot, TILED_IMAGE* into
 // The face of a styled panel or button into the draw target, inside the inclusive rectangle:
 // with a face image, the image stretched over it (or centred at its own size with
 // "ssf_dont_resize_image"); otherwise the background (darkened, faded across or down, or plain,
-// with the round corners of shading_flags) and the border. `pressed` gives the inverted border
+// with the round corners of shading_flags) and the border, shaded from the object's colour, the
+// theme's shades or else the background colour. `pressed` gives the inverted border
 // and, with "ssef_invert_vfading_on_press", the vertical fading upside down.
 void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED_IMAGE* face, INT_S32 x1, INT_S32 y1,
     INT_S32 x2, INT_S32 y2, bool pressed);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "io/folder.h"
+#include "graphics/font.h"
 #include "graphics/image_cache.h"
 #include "installer/engine/database.h"
 #include "installer/engine/installer_options.h"
@@ -322,6 +323,32 @@ TEST(DATABASE, reset_gives_the_documented_defaults)
     EXPECT_FALSE(db->icons[ICON_YES].has_pixels());
     EXPECT_EQ(db->style_sets[STYLE_TITLE].font_id, 255);
     EXPECT_STREQ(db->config_file_name.c_str(), "installer.xml");
+}
+
+TEST(DATABASE, reset_sets_the_standard_text_colours_and_loads_the_system_font_once_fonts_run)
+{
+    std::unique_ptr<DATABASE> db = make_database();
+    standard_text_colours.text = COLOUR_RED;
+    standard_text_colours.background = COLOUR_BLUE;
+    db->reset();
+    EXPECT_EQ(standard_text_colours.text, COLOUR_WHITE);
+    EXPECT_EQ(standard_text_colours.background.alpha(), 0);
+
+    // Before the font system runs a reset leaves the font alone; afterwards it loads it.
+    bool started = font_system_started();
+    if (started)
+        stop_font_system();
+    db->reset();
+    EXPECT_FALSE(system_font_loaded());
+    disable_font_autoload();
+    start_font_system();
+    FOLDER fonts;
+    ASSERT_TRUE(fonts.set_raw(ORLU_SOURCE_DIR "/samples/fonts"));
+    ASSERT_TRUE(define_variable("$FONTDATA", &fonts) >= 0);
+    db->reset();
+    EXPECT_TRUE(system_font_loaded());
+    stop_font_system();
+    undefine_variable("$FONTDATA");
 }
 
 TEST(DATABASE, version_18_round_trip_keeps_every_field_and_writes_the_same_bytes)

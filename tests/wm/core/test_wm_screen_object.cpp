@@ -532,9 +532,18 @@ TEST_F(SCREEN_OBJECT, control_with_the_activate_key_fires_the_focused_objects_se
 
 namespace {
 std::vector<std::string> focus_events;
-void note_focus(WM_SCREEN_OBJECT* object, PTR_INT_CAST)
+// The name comes in the data word: the callback also runs from the base destructor, when the
+// object is no PROBE any more.
+void note_focus(WM_SCREEN_OBJECT* object, PTR_INT_CAST data)
 {
-    focus_events.push_back(static_cast<PROBE*>(object)->name + (object->has_focus() ? "+" : "-"));
+    focus_events.push_back(std::string(reinterpret_cast<const char*>(data)) + (object->has_focus() ? "+" : "-"));
+}
+
+// label: a literal, which outlives the object.
+void watch_focus(PROBE& probe, const char* label)
+{
+    probe.focus_callback = note_focus;
+    probe.focus_data = reinterpret_cast<PTR_INT_CAST>(label);
 }
 } // namespace
 
@@ -546,7 +555,8 @@ TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_and_refuses_what_cannot_take
     PROBE plain("plain", 40, 0, 10, 10);
     PROBE hidden("hidden", 60, 0, 10, 10, COLOUR(), true);
     hidden.hide(false, false);
-    a.focus_callback = b.focus_callback = note_focus;
+    watch_focus(a, "a");
+    watch_focus(b, "b");
     a.take_focus();
     b.take_focus();
     plain.take_focus();
@@ -566,7 +576,7 @@ TEST_F(SCREEN_OBJECT, deleting_the_focus_object_clears_the_focus_and_calls_the_h
     };
     wm_toolkit.object_destroyed_hook = [](WM_SCREEN_OBJECT*, PTR_INT_CAST) { hooks.push_back("destroyed"); };
     PROBE* object = new PROBE("o", 0, 0, 10, 10, COLOUR(), true);
-    object->focus_callback = note_focus;
+    watch_focus(*object, "o");
     object->take_focus();
     delete object;
     wm_toolkit.object_created_hook = nullptr;

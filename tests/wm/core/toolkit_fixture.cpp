@@ -37,11 +37,12 @@ INT_S32 PROBE::update()
     INT_S32 code = WM_SCREEN_OBJECT::update();
     if (code != 0)
         return code;
+    // A key that went down before the focus arrived is no click of this object.
     if (keyboard_clicks && visible) {
-        bool down = activate_key_is_down();
-        bool released = key_was_down && !down;
+        bool down = has_focus() && activate_key_is_down();
+        bool released = key_was_down && !down && has_focus();
         key_was_down = down;
-        if (has_focus() && released && left_callback)
+        if (released && left_callback)
             return left_callback(this, left_data1, left_data2);
     }
     return update_code;
