@@ -7,19 +7,18 @@
 // state and what changes (alpha goes to its target over the effect's time, or jumps when the
 // effect's flag for that change is clear; see wm_dialog_effect.h):
 //
-//   state      | first paint          | the effect's time ends  | primary down on the title  | primary up   | close()
-//              |                      |                         |  or a free part (draggable)|              |
-//   -----------+----------------------+-------------------------+----------------------------+--------------+-----------------------
-//   shown      | opening: alpha to    |                         |                            |              | (nothing to close yet)
-//   (alpha 0)  |  255, slide in from  |                         |                            |              |
-//              |  the start point     |                         |                            |              |
-//   opening    |                      | open                    | dragged                    |              | closing
-//   open       |                      |                         | dragged: alpha to          |              | closing: alpha to 0,
-//              |                      |                         |  dragging_alpha            |              |  slide out
-//   dragged    |                      | (stays translucent)     |                            | open: alpha  | closing
-//              |                      |                         |                            |  back to 255 |
-//   closing    |                      | hidden; code 4 when it  |                            |              | (nothing: once only)
-//              |                      |  is to be destroyed     |                            |              |
+//   state     | first paint        | its time ends       | down on the title   | primary up     | close()
+//             |                    |                     |  or a free part     |                |
+//   ----------+--------------------+---------------------+---------------------+----------------+-----------------
+//   shown     | opening: alpha to  |                     |                     |                | (nothing to
+//   (alpha 0) |  255, slide in     |                     |                     |                |  close yet)
+//   opening   |                    | open                | dragged             |                | closing
+//   open      |                    |                     | dragged: alpha to   |                | closing: alpha
+//             |                    |                     |  dragging_alpha     |                |  to 0, slide out
+//   dragged   |                    | (stays translucent) |                     | open: alpha    | closing
+//             |                    |                     |                     |  back to 255   |
+//   closing   |                    | hidden; code 4 when |                     |                | (nothing: it
+//             |                    |  it is to be deleted|                     |                |  closes once)
 //
 // While it is dragged the dialog follows the pointer and stays where it is dropped. While it is
 // on top it keeps the keyboard focus inside itself.

@@ -7,15 +7,17 @@
 // brings; in each cell the next state and the event it sends. An event fires `left_callback`
 // when `trigger` has its bit: press 1, release 2, repeat 4, release outside 8.
 //
-//   state        | pointer enters | pointer leaves | primary down    | primary up            | wait passes while held
-//   -------------+----------------+----------------+-----------------+-----------------------+------------------------
-//   idle         | hovered        |                | (begun off it:  |                       |
-//                |                |                |  nothing)       |                       |
-//   hovered      |                | idle           | pressed / press |                       |
-//   pressed      |                | pressed off    |                 | hovered / release     | repeating / repeat (300 ms)
-//   pressed off  | pressed        |                |                 | idle / outside (face  | (no repeat off it)
-//                |                |                |                 |  comes up)            |
-//   repeating    |                | pressed off    |                 | hovered (no release)  | repeating / repeat (30 ms)
+//   state        | pointer enters | pointer leaves | primary down    | primary up          | held, wait passes
+//   -------------+----------------+----------------+-----------------+---------------------+------------------
+//   idle         | hovered        |                | (begun off it:  |                     |
+//                |                |                |  nothing)       |                     |
+//   hovered      |                | idle           | pressed / press |                     |
+//   pressed      |                | pressed off    |                 | hovered / release   | repeating /
+//                |                |                |                 |                     |  repeat (300 ms)
+//   pressed off  | pressed        |                |                 | idle / outside      | (no repeat off
+//                |                |                |                 |  (face comes up)    |  the button)
+//   repeating    |                | pressed off    |                 | hovered (no release)| repeating /
+//                |                |                |                 |                     |  repeat (30 ms)
 //
 // The keyboard drives the same machine: the activate key (Return) on the focused button or on a
 // default button, and the button's shortcut key with any focus, count as "pointer over, primary
@@ -30,13 +32,15 @@
 // The drag machine runs beside it for a drag source (drag_callback set). Events go to the
 // callback when `drag_events` has their bit:
 //
-//   state        | primary (or secondary) down on it | pointer moves while held       | every button up
-//   -------------+-----------------------------------+--------------------------------+---------------------------------
-//   resting      | armed (start point noted)         |                                |
-//   armed        |                                   | dragging / 1 (start): the      | resting / 2 (click: no drop)
-//                |                                   |  button goes on the overlays   |
-//   dragging     |                                   | dragging (picture follows)     | resting / 4 (dropped on another
-//                |                                   |                                |  object) or 8 (on itself)
+//   state        | primary (or secondary) down on it | pointer moves while held      | every button up
+//   -------------+-----------------------------------+-------------------------------+-------------------------------
+//   resting      | armed (start point noted)         |                               |
+//   armed        |                                   | dragging / 1 (start): the     | resting / 2 (click: no drop)
+//                |                                   |  button goes on the overlays  |
+//   dragging     |                                   | dragging (picture follows)    | resting / 4 (dropped on
+//                |                                   |                               |  another object) or 8 (itself)
+//
+// Whatever the drag ends with, its release is no click as well.
 #pragma once
 
 #include "graphics/colour.h"
