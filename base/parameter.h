@@ -26,7 +26,10 @@ enum PARAMETER_TYPE : INT_U32 {
 };
 
 // One slot. For STRING_TYPE `text` is owned by the parameter, each slot a separate allocation.
+// `raw` comes first: an empty initialiser zeroes only a union's first member, and it must cover
+// all eight bytes, or a text slot that was never set would hold stack garbage.
 union PARAMETER_VALUE {
+    INT_U64 raw;
     INT_S8 s8;
     INT_U8 u8;
     INT_S16 s16;
@@ -37,7 +40,6 @@ union PARAMETER_VALUE {
     FLOAT_64 f64;
     char* text;
     void* pointer;
-    INT_U64 raw;
 };
 
 // Longest text a stored STRING_TYPE slot may declare; a longer one is refused before anything

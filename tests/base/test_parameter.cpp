@@ -2,6 +2,8 @@
 
 #include "memory_device.h"
 
+#include <cstring>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -285,4 +287,29 @@ TEST(PARAMETER, copy_from_duplicates_texts)
     EXPECT_NE(copy.value.text, source.value.text);
     EXPECT_EQ(copy.minimum.text, nullptr);
     EXPECT_STREQ(copy.maximum.text, "xyz");
+}
+
+namespace {
+
+// Leaves a pattern on the stack where the next call's locals will stand.
+__attribute__((noinline)) void dirty_the_stack()
+{
+    unsigned char bytes[512];
+    memset(bytes, 0xA5, sizeof bytes);
+    // Read back through a volatile, so that the writes are not dropped as dead.
+    volatile unsigned char last = bytes[511];
+    (void)last;
+}
+
+} // namespace
+
+TEST(PARAMETER, a_text_parameter_made_from_text_has_null_bounds_whatever_the_stack_held)
+{
+    dirty_the_stack();
+    PARAMETER text("title");
+    EXPECT_EQ(text.minimum.text, nullptr);
+    EXPECT_EQ(text.maximum.text, nullptr);
+    PARAMETER copy;
+    copy.copy_from(text);
+    EXPECT_EQ(copy.minimum.text, nullptr);
 }

@@ -289,6 +289,22 @@ TEST_F(PAGE_MANAGER, the_history_dump_lists_entries_from_last_to_first)
     EXPECT_STREQ(small, "Current");
 }
 
+TEST_F(PAGE_MANAGER, close_all_leaves_every_page_and_lets_the_overlays_and_backgrounds_go)
+{
+    TEST_PAGE& a = new_page("a");
+    enter(a, true, 1);
+    area0()->add_overlay(new PROBE("ov", 10, 10, 10, 10), false);
+    manager->background[0].set_size(320, 240);
+    manager->close_all();
+    EXPECT_EQ(a.leaves, 1);
+    EXPECT_EQ(a.frees, 1);
+    EXPECT_EQ(area0()->child_count(), 0);
+    EXPECT_FALSE(area0()->visible);
+    EXPECT_EQ(log_count("delete:ov"), 1);
+    EXPECT_EQ(wm_toolkit.overlay_list.count(), 0);
+    EXPECT_FALSE(manager->background[0].has_pixels());
+}
+
 // --- Action codes --------------------------------------------------------------------------------
 
 TEST_F(PAGE_MANAGER, a_quiet_frame_answers_0_and_a_quit_answers_minus_1)

@@ -1,0 +1,76 @@
+image_filename
+	
+image_path
+	
+shading_type
+	1
+fg_colour
+	#FFFFFFFF
+bg_colour
+	#FF3465A4
+fading_colour
+	#00000000
+highlight_colour
+	#00000000
+highlight_text_colour
+	#00000000
+active_colour
+	#00000000
+active_text_colour
+	#00000000
+shading_base_colour
+	#00000000
+mouse_over_colour
+	#00000000
+mouse_over_text_colour
+	#00000000
+flashing_colour
+	#00000000
+flashing_text_colour
+	#00000000
+disabled_colour
+	#00000000
+disabled_text_colour
+	#00000000
+underline_colour
+	#00000000
+visible
+	1
+shading_flags
+	255
+font_id
+	8
+font_x_sz
+	20
+font_y_sz
+	20
+border_left_gap
+	4
+border_right_gap
+	4
+border_top_gap
+	4
+border_bottom_gap
+	4
+cell_left_gap
+	4
+cell_right_gap
+	4
+cell_top_gap
+	4
+cell_bottom_gap
+	4
+x_spacing
+	1
+y_spacing
+	1
+scrollbar_button_width
+	15
+scrollbar_slider_width
+	10
+grid_scrollbar_width
+	15
+grid_two_tone_value
+	20
+ssf_draw_border
+	1
