@@ -1,0 +1,312 @@
+#include "wm/widgets/wm_face.h"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "graphics/font.h"
+#include "graphics/image.h"
+#include "graphics/image_cache_store.h"
+#include "graphics/tiled_image.h"
+#include "io/folder.h"
+#include "wm/core/wm_style_set.h"
+
+namespace {
+
+struct FLAG_MAP {
+    INT_U32 style_bit;
+    INT_U32 face_bit;
+};
+
+const FLAG_MAP flag_map[] = {
+    { ssf_left_justify_text, FACE_LEFT_JUSTIFY },
+    { ssf_right_justify_text, FACE_RIGHT_JUSTIFY },
+    { ssf_top_align_text, FACE_TOP_ALIGN },
+    { ssf_bottom_align_text, FACE_BOTTOM_ALIGN },
+    { ssf_darkened_background, FACE_DARKENED_BACKGROUND },
+    { ssf_indent_border, FACE_FIXED_BORDER },
+    { ssf_outstanding_border, FACE_FIXED_BORDER },
+    { ssf_hfading, FACE_HFADING },
+    { ssf_vfading, FACE_VFADING },
+    { ssf_use_text_colour_for_outline, FACE_TEXT_COLOUR_OUTLINE },
+    { ssf_shadow_text, FACE_SHADOW_TEXT },
+    { ssf_inset_text, FACE_INSET_TEXT },
+    { ssf_chiseled_text, FACE_CHISELED_TEXT },
+    { ssf_icon_left, FACE_ICON_LEFT },
+    { ssf_icon_right, FACE_ICON_RIGHT },
+    { ssf_icon_top, FACE_ICON_TOP },
+    { ssf_icon_bottom, FACE_ICON_BOTTOM },
+    { ssf_icon_attach_to_text, FACE_ICON_ATTACH_TO_TEXT },
+    { ssf_wrap_text, FACE_WRAP_TEXT },
+    { ssf_dont_resize_image, FACE_DONT_RESIZE_IMAGE },
+    { ssf_reflect_text, FACE_REFLECT_TEXT },
+};
+
+const FLAG_MAP ext_flag_map[] = {
+    { ssef_left_arrow, FACE_LEFT_ARROW },
+    { ssef_right_arrow, FACE_RIGHT_ARROW },
+    { ssef_up_arrow, FACE_UP_ARROW },
+    { ssef_down_arrow, FACE_DOWN_ARROW },
+    { ssef_invert_vfading_on_press, FACE_INVERT_VFADING_ON_PRESS },
+    { ssef_dont_mask_click, FACE_DONT_MASK_CLICK },
+};
+
+// The clip of an image as it stands, to be put back exactly, empty or not.
+struct SAVED_CLIP {
+    explicit SAVED_CLIP(IMAGE* image)
+        : target(image)
+        , left(image->clip_left)
+        , right(image->clip_right)
+        , top(image->clip_top)
+        , bottom(image->clip_bottom)
+        , valid(image->clip_valid)
+    {
+    }
+    ~SAVED_CLIP()
+    {
+        target->clip_left = left;
+        target->clip_right = right;
+        target->clip_top = top;
+        target->clip_bottom = bottom;
+        target->clip_valid = valid;
+    }
+    SAVED_CLIP(const SAVED_CLIP&) = delete;
+    SAVED_CLIP& operator=(const SAVED_CLIP&) = delete;
+
+    IMAGE* target;
+    INT_S16 left, right, top, bottom;
+    INT_U8 valid;
+};
+
+INT_S16 resolved_font(const IMAGE* target, INT_U8 font)
+{
+    return font == DEFAULT_FONT ? target->default_font : font;
+}
+
+INT_S16 resolved_width(const IMAGE* target, INT_S16 size)
+{
+    return size == -1 ? target->default_font_width : size;
+}
+
+INT_S16 resolved_height(const IMAGE* target, INT_S16 size)
+{
+    return size == -1 ? target->default_font_height : size;
+}
+
+INT_S16 s16(INT_S32 value)
+{
+    return static_cast<INT_S16>(value);
+}
+
+} // namespace
+
+INT_U32 face_flags_from_style(const WM_STYLE_SET& style)
+{
+    INT_U32 face = 0;
+    for (const FLAG_MAP& entry : flag_map) {
+        if (style.flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    for (const FLAG_MAP& entry : ext_flag_map) {
+        if (style.ext_flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    return face;
+}
+
+INT_U8 face_text_flags(INT_U32 face_flags)
+{
+    INT_U8 flags = 0;
+    if (face_flags & FACE_LEFT_JUSTIFY)
+        flags |= TEXT_LEFT;
+    if (face_flags & FACE_RIGHT_JUSTIFY)
+        flags |= TEXT_RIGHT;
+    if (face_flags & FACE_TOP_ALIGN)
+        flags |= TEXT_TOP;
+    if (face_flags & FACE_BOTTOM_ALIGN)
+        flags |= TEXT_BOTTOM;
+    if (face_flags & FACE_SHADOW_TEXT)
+        flags |= TEXT_SHADOW;
+    if (face_flags & FACE_INSET_TEXT)
+        flags |= TEXT_INSET;
+    if (face_flags & FACE_CHISELED_TEXT)
+        flags |= TEXT_CHISELED;
+    if (face_flags & FACE_REFLECT_TEXT)
+        flags |= TEXT_REFLECT;
+    return flags;
+}
+
+TILED_IMAGE* copy_skin_image(const TILED_IMAGE* source)
+{
+    if (!source || !source->is_loaded())
+        return nullptr;
+    TILED_IMAGE* copy = new (std::nothrow) TILED_IMAGE(source->cache);
+    if (copy)
+        copy->copy(*source);
+    return copy;
+}
+
+TILED_IMAGE* load_skin_image(const char* folder, const char* name)
+{
+    if (!folder || !name || !name[0])
+        return nullptr;
+    TILED_IMAGE* image = new (std::nothrow) TILED_IMAGE(image_cache_store());
+    if (!image)
+        return nullptr;
+    if (!image->load(folder, name, style_set_image_mode)) {
+        delete image;
+        return nullptr;
+    }
+    return image;
+}
+
+bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size)
+{
+    if (!out || size == 0)
+        return false;
+    const char* path = style.image_path;
+    if (path[0] == '/') {
+        snprintf(out, size, "%s", path);
+        return true;
+    }
+    FOLDER folder;
+    if (path[0] == '$') {
+        // An unknown variable would end the run inside FOLDER; a skin must not be able to.
+        char variable[256];
+        size_t length = strcspn(path, "/");
+        if (length > 255)
+            return false;
+        memcpy(variable, path, length);
+        variable[length] = 0;
+        if (!is_known_variable(variable))
+            return false;
+    }
+    if (path[0] && !folder.set(path))
+        return false;
+    snprintf(out, size, "%s", folder.path());
+    return true;
+}
+
+void free_skin_image(TILED_IMAGE*& image)
+{
+    delete image;
+    image = nullptr;
+}
+
+void paint_face_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U32 face_flags,
+    const COLOUR& background, const COLOUR& fading, INT_U16 sides, bool inverted, bool flat)
+{
+    if (!target || !target->has_pixels() || x2 < x1 || y2 < y1)
+        return;
+    INT_U8 corners = 0;
+    if (sides & 0x10)
+        corners |= CORNER_TOP_LEFT;
+    if (sides & 0x20)
+        corners |= CORNER_TOP_RIGHT;
+    if (sides & 0x40)
+        corners |= CORNER_BOTTOM_LEFT;
+    if (sides & 0x80)
+        corners |= CORNER_BOTTOM_RIGHT;
+
+    if (face_flags & FACE_DARKENED_BACKGROUND) {
+        if (corners)
+            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, COLOUR_BLACK, COLOUR_BLACK, SHADE_DARKEN, 50);
+        else
+            target->darken_box(x1, y1, x2, y2, 50);
+        return;
+    }
+    if (background.alpha() == 0)
+        return;
+    bool has_fading = fading.alpha() != 0 && !flat;
+    if (has_fading && (face_flags & FACE_HFADING)) {
+        if (corners)
+            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, background, fading, SHADE_HORIZONTAL, 0);
+        else
+            target->gradient_box_horizontal(x1, y1, x2, y2, background, fading, false);
+        return;
+    }
+    if (has_fading && (face_flags & FACE_VFADING)) {
+        bool upside_down = inverted && (face_flags & FACE_INVERT_VFADING_ON_PRESS);
+        const COLOUR& top = upside_down ? fading : background;
+        const COLOUR& bottom = upside_down ? background : fading;
+        if (corners)
+            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, top, bottom, SHADE_VERTICAL, 0);
+        else
+            target->gradient_box_vertical(x1, y1, x2, y2, top, bottom, false);
+        return;
+    }
+    if (corners)
+        target->draw_rounded_box(x1, y1, x2, y2, -1, corners, background, background, SHADE_SOLID, 0);
+    else
+        target->fill_box(x1, y1, x2, y2, background, true);
+}
+
+void measure_face_text(const IMAGE* target, const char* text, INT_U8 font, INT_S16 font_x, INT_S16 font_y,
+    INT_S32* width, INT_S32* height)
+{
+    INT_S32 widest = 0;
+    INT_S32 lines = 0;
+    if (target && text && text[0]) {
+        INT_S16 face = resolved_font(target, font);
+        INT_S16 fx = resolved_width(target, font_x);
+        INT_S16 fy = resolved_height(target, font_y);
+        const char* line = text;
+        for (;;) {
+            const char* end = strchr(line, '\n');
+            size_t length = end ? static_cast<size_t>(end - line) : strlen(line);
+            char buffer[1024];
+            if (length >= sizeof buffer)
+                length = sizeof buffer - 1;
+            memcpy(buffer, line, length);
+            buffer[length] = 0;
+            INT_S32 w = measure_text(face, fx, fy, buffer, -1, false);
+            if (w > widest)
+                widest = w;
+            ++lines;
+            if (!end)
+                break;
+            line = end + 1;
+        }
+        if (height)
+            *height = lines * fy;
+    } else if (height) {
+        *height = target ? resolved_height(target, font_y) : 0;
+    }
+    if (width)
+        *width = widest;
+}
+
+void paint_face_text(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const char* text,
+    const COLOUR& colour, const COLOUR& underline, INT_U8 font, INT_S16 font_x, INT_S16 font_y, INT_U32 face_flags)
+{
+    if (!target || !target->has_pixels() || !text || !text[0] || x2 < x1 || y2 < y1)
+        return;
+    SAVED_CLIP saved(target);
+    target->intersect_clip(x1, y1, x2, y2);
+    if (target->clip_is_empty())
+        return;
+
+    INT_U8 flags = face_text_flags(face_flags);
+    INT_S16 fx = resolved_width(target, font_x);
+    INT_S16 fy = resolved_height(target, font_y);
+    if ((face_flags & FACE_WRAP_TEXT) || strchr(text, '\n')) {
+        target->draw_text_box(x1, y1, x2, y2, colour, COLOUR_INVISIBLE, underline, font, fx, fy, text, flags);
+        return;
+    }
+    INT_S32 width = target->text_width(font, fx, fy, text);
+    INT_S32 box_width = x2 - x1 + 1;
+    INT_S32 box_height = y2 - y1 + 1;
+    INT_S32 x = x1 + (box_width - width) / 2;
+    // A text wider than its box shows its beginning, whatever the alignment says.
+    if ((face_flags & FACE_LEFT_JUSTIFY) || width > box_width)
+        x = x1;
+    else if (face_flags & FACE_RIGHT_JUSTIFY)
+        x = x2 + 1 - width;
+    INT_S32 y = y1 + (box_height - fy) / 2;
+    if (face_flags & FACE_TOP_ALIGN)
+        y = y1;
+    else if (face_flags & FACE_BOTTOM_ALIGN)
+        y = y2 + 1 - fy;
+    INT_U8 effects = flags & (TEXT_SHADOW | TEXT_INSET | TEXT_CHISELED | TEXT_REFLECT);
+    target->draw_text(s16(x), s16(y), colour, COLOUR_INVISIBLE, underline, font, fx, fy, text, effects);
+}
