@@ -89,8 +89,28 @@ void reset_input_state()
 // The pump and the clock
 // ---------------------------------------------------------------------------------------------
 
+namespace {
+// What this pump has delivered so far, for input_button_event_waits.
+bool buttons_changed_in_pump = false;
+bool moved_with_button_held = false;
+} // namespace
+
+bool input_button_event_waits(INT_S32 x_button)
+{
+    if (x_button < 1 || x_button > 3)
+        return false;
+    return buttons_changed_in_pump || moved_with_button_held;
+}
+
+bool input_motion_event_waits()
+{
+    return buttons_changed_in_pump;
+}
+
 void pump_events()
 {
+    buttons_changed_in_pump = false;
+    moved_with_button_held = false;
     // The framework's posted-message queue would be served here; nothing in this program posts
     // to it, so there is none.
     const DISPLAY_BACK_END* back_end = display_back_end();
@@ -184,6 +204,8 @@ void set_button(INT_S32 number, bool pressed)
 void input_button_event(INT_S32 x_button, bool pressed, INT_S32 x, INT_S32 y)
 {
     stamp_input_time();
+    if (x_button >= 1 && x_button <= 3)
+        buttons_changed_in_pump = true;
     if (inside_window(x, y)) {
         pointer_x = static_cast<INT_S16>(x);
         pointer_y = static_cast<INT_S16>(y);
@@ -222,6 +244,8 @@ void input_motion_event(INT_S32 x, INT_S32 y)
     stamp_input_time();
     pointer_x = static_cast<INT_S16>(x);
     pointer_y = static_cast<INT_S16>(y);
+    if (button_mask & (BUTTON_PRIMARY | BUTTON_SECONDARY | BUTTON_MIDDLE))
+        moved_with_button_held = true;
 }
 
 void input_key_event(INT_U32 base_keysym, INT_U32 character)

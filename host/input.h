@@ -109,6 +109,15 @@ void set_button(INT_S32 number, bool pressed);
 void input_button_event(INT_S32 x_button, bool pressed, INT_S32 x, INT_S32 y);
 // The pointer moved to a position in the window's coordinates; outside the window it has left.
 void input_motion_event(INT_S32 x, INT_S32 y);
+// Widgets read the buttons once a frame, so a change that a later event of the same pump undoes
+// would never be seen: a quick tap arrives as a press and its release together, and a quick
+// drag as a press, its moves and the release. A back end that drains many events in one pump
+// asks before each button and motion event and leaves it queued for the next pump when the
+// answer is true: a button (1 to 3) waits after a change of those buttons or a move with one
+// held earlier in the pump; a move waits after a change of those buttons, so the press is seen
+// where it happened. The first such event of a pump never waits, so the queue always moves.
+[[nodiscard]] bool input_button_event_waits(INT_S32 x_button);
+[[nodiscard]] bool input_motion_event_waits();
 // A key press: its base keysym (no modifiers) and the one character it typed, 0 for none.
 // A carriage return is stored as a line feed.
 void input_key_event(INT_U32 base_keysym, INT_U32 character);

@@ -943,6 +943,14 @@ void pump()
     while (x11.XCheckIfEvent(x.display, &event, accept_every_event, nullptr)) {
         if (event.xany.window == 0)
             continue;
+        bool is_button = event.type == ButtonPress || event.type == ButtonRelease;
+        bool waits = is_button ? input_button_event_waits(static_cast<INT_S32>(event.xbutton.button))
+                               : event.type == MotionNotify && input_motion_event_waits();
+        if (waits) {
+            // The widgets get a frame to see the change before this one undoes it.
+            x11.XPutBackEvent(x.display, &event);
+            break;
+        }
         handle_event(event);
     }
     INT_S32 wait = idle_wait();

@@ -86,6 +86,7 @@
     F(XPending, int, (Display*))                                                                     \
     F(XCheckIfEvent, Bool, (Display*, XEvent*, Bool (*)(Display*, XEvent*, XPointer), XPointer))     \
     F(XCheckTypedWindowEvent, Bool, (Display*, Window, int, XEvent*))                                \
+    F(XPutBackEvent, int, (Display*, XEvent*))                                                       \
     F(XConnectionNumber, int, (Display*))                                                            \
     F(XQueryKeymap, int, (Display*, char*))                                                          \
     F(XLookupString, int, (XKeyEvent*, char*, int, KeySym*, XComposeStatus*))                        \

@@ -261,3 +261,37 @@ TEST(INPUT_WITHOUT_WINDOW, the_pump_only_clears_the_screen_flag)
 }
 
 } // namespace
+
+// A back end that drains many events in one pump (the X server's queue) asks before each button
+// event whether the widgets have had a frame to see the change before it.
+TEST_F(INPUT, a_release_behind_its_press_in_one_pump_waits_for_the_next_frame)
+{
+    pump_events();
+    EXPECT_FALSE(input_button_event_waits(1)) << "the first button event of a pump never waits";
+    input_button_event(1, true, 10, 10);
+    EXPECT_TRUE(input_button_event_waits(1)) << "a tap's release must not undo its press unseen";
+    EXPECT_TRUE(input_button_event_waits(3)) << "nor may another button change in the same frame";
+    EXPECT_FALSE(input_button_event_waits(4)) << "wheel notches only count";
+    EXPECT_TRUE(input_motion_event_waits()) << "the press must be seen where it happened";
+    pump_events();
+    EXPECT_FALSE(input_button_event_waits(1));
+    input_button_event(1, false, 10, 10);
+    EXPECT_EQ(button_mask & BUTTON_PRIMARY, 0u);
+}
+
+TEST_F(INPUT, a_release_behind_a_drag_move_in_one_pump_waits_for_the_next_frame)
+{
+    input_button_event(1, true, 10, 10);
+    pump_events();
+    input_motion_event(50, 60);
+    EXPECT_TRUE(input_button_event_waits(1)) << "the drag's last position must be seen held";
+    pump_events();
+    input_button_event(3, true, 50, 60);
+    input_button_event(3, false, 50, 60);
+    pump_events();
+    input_button_event(1, false, 50, 60);
+    pump_events();
+    input_motion_event(70, 80);
+    EXPECT_FALSE(input_motion_event_waits());
+    EXPECT_FALSE(input_button_event_waits(1)) << "a move with no button held changes nothing";
+}

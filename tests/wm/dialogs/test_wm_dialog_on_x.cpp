@@ -114,6 +114,29 @@ TEST_F(DIALOG_ON_X, a_click_on_yes_answers_with_its_callback)
     EXPECT_EQ(wait_status(), 3);
 }
 
+// A tap (a touchpad's tap-to-click) reaches the server as a press and its release together; the
+// pump keeps the release for the next frame, so the button still sees both.
+TEST_F(DIALOG_ON_X, a_quick_tap_on_yes_answers_with_its_callback)
+{
+    move_to(yes);
+    xdotool(server, { "click", "1" });
+    EXPECT_EQ(wait_status(), 3);
+}
+
+// A whole drag in one go: the last move and the release arrive together.
+TEST_F(DIALOG_ON_X, a_quick_drag_still_drops_the_dialog_where_the_pointer_let_go)
+{
+    move_to(title);
+    xdotool(server, { "mousedown", "1", "mousemove", "--window", window, std::to_string(title.x + 60),
+                        std::to_string(title.y + 40), "mouseup", "1" });
+    click(POINT { no.x + 60, no.y + 40 });
+    EXPECT_EQ(wait_status(), 4);
+    POINT last;
+    ASSERT_TRUE(find_point(program->output(), "dialog", &last)) << program->output();
+    EXPECT_EQ(last.x, 170 + 60);
+    EXPECT_EQ(last.y, 140 + 40);
+}
+
 TEST_F(DIALOG_ON_X, a_click_on_no_closes_the_dialog)
 {
     click(no);
