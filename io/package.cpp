@@ -16,6 +16,7 @@
 
 #include "base/debug_stream.h"
 #include "base/error_report.h"
+#include "base/format.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Helpers
@@ -439,8 +440,9 @@ bool PACKAGE::read_block(INT_U32 position, INT_U32* next, INT_U32* used)
         *used = swap32(*used);
     }
     if (*used > m_block_size) {
+        // Only a message: a file name cut short here names nothing that is opened.
         char detail[300];
-        snprintf(detail, sizeof detail, "%s (block at %u claims %u bytes)", m_file_name, position, *used);
+        (void)format_text(detail, sizeof detail, "%s (block at %u claims %u bytes)", m_file_name, position, *used);
         return fail(ERROR_READ, detail);
     }
     return true;

@@ -18,6 +18,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/format.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
@@ -753,7 +754,9 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
             error(node, "'overwrite' on <FILE> must be \"always\", \"older\" or \"absent\", not \"%s\"",
                 overwrite->c_str());
     }
-    snprintf(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1);
+    // A cut packed name would be another member's, so it is never cut.
+    if (!format_text(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1))
+        error(node, "the packed name of \"%s\" in \"%s\" does not fit its field", file->src_name, installation->name);
     std::string source = resolve(file->src_path_from_xml, file->src_name);
     need_file(node, source);
     m_plan->members.push_back(PACK_MEMBER { file->packed_name, source, node.line });
