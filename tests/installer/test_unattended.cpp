@@ -143,7 +143,7 @@ TEST_F(UNATTENDED, installs_every_file_the_log_and_the_shortcuts)
         "Exec=\"" + target + "/bin/tool\" --go\nIcon=\n");
     // Registered with the desktop's menu tool in the user's own menus.
     std::string entry = read_file(home + "/.local/share/applications/orlu-local.Fixtures_Fixture_Tool.desktop");
-    EXPECT_NE(entry.find("Exec=\"" + target + "/bin/tool\" "), std::string::npos) << entry;
+    EXPECT_EQ(entry, "[Desktop Entry]\nValue=1.0\nType=Application\nName=Fixture Tool\nExec=\"" + target + "/bin/tool\"\nIcon=exec\n");
 
     EXPECT_NE(run.output.find("Installed " + target + "/bin/tool\n"), std::string::npos);
     EXPECT_NE(run.output.find("4 installed, 0 skipped, 0 failed\nDone\n"), std::string::npos) << run.output;
