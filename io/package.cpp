@@ -187,16 +187,30 @@ bool PACKAGE::create_new(INT_U32 block_size)
     return reopen_for_update();
 }
 
+bool PACKAGE::close()
+{
+    if (!m_device) {
+        free_cached_entries();
+        return true;
+    }
+    bool ok = true;
+    if (m_cached_index && !m_read_only) {
+        ok = write_header() && write_root();
+        for (PACKAGE_ENTRY* entry = m_first_cached; entry && ok; entry = entry->next)
+            ok = write_entry(*entry);
+    }
+    // The last blocks may still be in the device's cache: only its close says they arrived.
+    bool flushed = m_device->close();
+    FOLDER::close_data_file(&m_device);
+    if (!flushed && ok)
+        ok = fail(ERROR_WRITE, m_file_name);
+    free_cached_entries();
+    return ok;
+}
+
 PACKAGE::~PACKAGE()
 {
-    if (m_device && m_cached_index && !m_read_only) {
-        write_header();
-        write_root();
-        for (PACKAGE_ENTRY* entry = m_first_cached; entry; entry = entry->next)
-            write_entry(*entry);
-    }
-    FOLDER::close_data_file(&m_device);
-    free_cached_entries();
+    (void)close();
     delete[] m_block_buffer;
 }
 
@@ -324,16 +338,29 @@ PACKAGE_ENTRY* PACKAGE::find_cached(const char* name) const
 
 bool PACKAGE::find_entry(const char* name, PACKAGE_ENTRY* entry_out)
 {
-    if (!m_device || !name)
-        return false;
+    bool found = false;
+    return look_up(name, entry_out, &found) && found;
+}
+
+// Walks the entries for `name`. False (4103) when the list cannot be read to the entry or to its
+// end: a damaged list says nothing about whether the member is there, and taking it for absent
+// would add a second entry of the name.
+bool PACKAGE::look_up(const char* name, PACKAGE_ENTRY* entry_out, bool* found)
+{
+    *found = false;
+    if (!m_device)
+        return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    if (!name)
+        return true;
     if (m_cached_index) {
-        PACKAGE_ENTRY* found = find_cached(name);
-        if (found && entry_out) {
-            *entry_out = *found;
+        PACKAGE_ENTRY* cached = find_cached(name);
+        if (cached && entry_out) {
+            *entry_out = *cached;
             entry_out->name = nullptr;
             entry_out->next = nullptr;
         }
-        return found != nullptr;
+        *found = cached != nullptr;
+        return true;
     }
     size_t wanted = strlen(name);
     INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
@@ -342,30 +369,36 @@ bool PACKAGE::find_entry(const char* name, PACKAGE_ENTRY* entry_out)
     char* buffer = static_cast<char*>(malloc(PACKAGE_MAX_NAME + 1));
     if (!buffer)
         return fail(ERROR_PACKAGE_MEMORY, nullptr);
-    bool found = false;
-    for (INT_U32 count = 0; position != 0 && count < most; ++count) {
+    bool readable = true;
+    for (INT_U32 count = 0; position != 0; ++count) {
         INT_U32 name_length = 0;
-        if (!position_fits(position, ENTRY_FIXED_SIZE) || !m_device->seek(position, false)
+        if (count >= most || !position_fits(position, ENTRY_FIXED_SIZE) || !m_device->seek(position, false)
             || !device_read(m_device, &name_length) || name_length > PACKAGE_MAX_NAME
             || !position_fits(position, ENTRY_FIXED_SIZE + name_length)
-            || !device_read_bytes(m_device, buffer, static_cast<INT_S32>(name_length)))
+            || !device_read_bytes(m_device, buffer, static_cast<INT_S32>(name_length))) {
+            readable = false;
             break;
+        }
         entry.position = position;
         if (!device_read(m_device, &entry.first_block) || !device_read(m_device, &entry.last_block)
-            || !device_read(m_device, &entry.next_entry) || !device_read(m_device, &entry.reserved))
+            || !device_read(m_device, &entry.next_entry) || !device_read(m_device, &entry.reserved)) {
+            readable = false;
             break;
+        }
         if (name_length == wanted && memcmp(buffer, name, wanted) == 0) {
-            found = true;
+            *found = true;
             break;
         }
         position = entry.next_entry;
     }
     free(buffer);
-    if (found && entry_out) {
+    if (!readable)
+        return fail(ERROR_READ, m_file_name);
+    if (*found && entry_out) {
         *entry_out = entry;
         entry_out->name = nullptr;
     }
-    return found;
+    return true;
 }
 
 bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
@@ -573,17 +606,21 @@ bool PACKAGE::add_file(const FOLDER& folder, const char* file_name, const char* 
             local.name = nullptr;
             entry = m_last_cached;
         }
-    } else if (find_entry(name, &local)) {
-        local.name = static_cast<char*>(malloc(strlen(name) + 1));
-        if (!local.name)
-            ok = fail(ERROR_PACKAGE_MEMORY, nullptr);
-        else
-            strcpy(local.name, name);
-        ok = ok && free_chain(&local);
-        entry = &local;
     } else {
-        ok = add_entry(name, &local);
+        bool found = false;
         entry = &local;
+        if (!look_up(name, &local, &found)) {
+            ok = false;
+        } else if (found) {
+            local.name = static_cast<char*>(malloc(strlen(name) + 1));
+            if (!local.name)
+                ok = fail(ERROR_PACKAGE_MEMORY, nullptr);
+            else
+                strcpy(local.name, name);
+            ok = ok && free_chain(&local);
+        } else {
+            ok = add_entry(name, &local);
+        }
     }
 
     INT_U32 total = source->size();
@@ -599,8 +636,15 @@ bool PACKAGE::add_file(const FOLDER& folder, const char* file_name, const char* 
             break;
         }
         INT_S32 got = source->read(m_block_buffer + 4, static_cast<INT_S32>(m_block_size));
-        if (got <= 0)
+        if (got <= 0) {
+            // Nothing came although the end is not reached: the source cannot be read. Going on
+            // would allocate empty blocks until the disk is full.
+            if (!source->at_end()) {
+                ok = fail(ERROR_READ, file_name);
+                break;
+            }
             continue;
+        }
         memset(m_block_buffer + 4 + got, 0, m_block_size - static_cast<INT_U32>(got));
         if (!write_block(block, 0, static_cast<INT_U32>(got)) && !keep_going) {
             ok = false;
@@ -721,8 +765,14 @@ MEMBER_FILE* PACKAGE::open_member(const char* member_name, INT_S32 mode, OPEN_FI
     if (!m_device || !member_name)
         return nullptr;
     bool reading = mode == FILE_READ;
-    bool present = has_member(member_name);
-    if (reading && !present)
+    // A written member goes back under the name kept in the link: a longer name would come back
+    // cut, as another member.
+    if (!reading && strlen(member_name) >= sizeof(PACKAGE_MEMBER_LINK::member_name)) {
+        fail(ERROR_CREATE, "a member name longer than 255 bytes");
+        return nullptr;
+    }
+    bool present = false;
+    if (!look_up(member_name, nullptr, &present) || (reading && !present))
         return nullptr;
     MEMBER_FILE* file = new (std::nothrow) MEMBER_FILE();
     if (!file) {
@@ -761,41 +811,59 @@ PACKAGE_TEXT_FILE* PACKAGE::open_member_text(const char* member_name, INT_S32 mo
     });
 }
 
-void PACKAGE::close_member_data(PACKAGE_DATA_FILE** file)
+bool PACKAGE::close_member_data(PACKAGE_DATA_FILE** file)
 {
     if (!file || !*file)
-        return;
-    (*file)->close();
+        return true;
+    bool whole = (*file)->close();
+    bool back = (*file)->m_link.finish(whole);
     delete *file;
     *file = nullptr;
+    return back;
 }
 
-void PACKAGE::close_member_text(PACKAGE_TEXT_FILE** file)
+bool PACKAGE::close_member_text(PACKAGE_TEXT_FILE** file)
 {
     if (!file || !*file)
-        return;
-    (*file)->close();
+        return true;
+    bool whole = (*file)->close();
+    bool back = (*file)->m_link.finish(whole);
     delete *file;
     *file = nullptr;
+    return back;
 }
 
-void PACKAGE_MEMBER_LINK::finish()
+bool PACKAGE_MEMBER_LINK::finish(bool written_whole)
 {
+    if (!temp_name[0])
+        return true;
     // A member opened for writing reaches the package only now.
-    if (package && !read_only && temp_name[0])
-        package->add_file(temp_folder, temp_name, member_name);
-    if (temp_name[0])
+    bool ok = true;
+    if (package && !read_only) {
+        ok = written_whole && package->add_file(temp_folder, temp_name, member_name);
+        if (!ok) {
+            // The bytes stay in the temporary file, and the message says where.
+            char detail[ORLU_MAX_PATH + 400];
+            (void)format_text(detail, sizeof detail, "%s (not put back; its bytes are kept in %s)", member_name,
+                temp_folder.path_text(temp_name));
+            set_last_error(ERROR_WRITE, detail);
+        }
+    }
+    if (ok)
         (void)temp_folder.delete_file(temp_name);
+    temp_name[0] = 0;
+    package = nullptr;
+    return ok;
 }
 
 PACKAGE_DATA_FILE::~PACKAGE_DATA_FILE()
 {
-    close();
-    m_link.finish();
+    bool whole = close();
+    (void)m_link.finish(whole);
 }
 
 PACKAGE_TEXT_FILE::~PACKAGE_TEXT_FILE()
 {
-    close();
-    m_link.finish();
+    bool whole = close();
+    (void)m_link.finish(whole);
 }

@@ -58,8 +58,12 @@ struct PACKAGE_MEMBER_LINK {
     char member_name[256] {};
     bool read_only { true };
 
-    // Puts a written member back and removes the temporary file.
-    void finish();
+    // Puts a written member back and removes the temporary file. `written_whole` says whether
+    // the caller's file was closed without a failed write. When the member cannot be put back,
+    // or its bytes were not written whole, the temporary file stays where it is and the
+    // last-error slot names it, so that nothing is lost; the answer is then false. A second
+    // call does nothing and answers true.
+    bool finish(bool written_whole);
 };
 
 // A member opened as a data device.
@@ -90,10 +94,16 @@ public:
     // PACKAGE_DEFAULT_BLOCK_SIZE). On failure is_open() is false and the last-error slot says why.
     PACKAGE(const FOLDER& folder, const char* file_name, bool create, INT_S32 block_size,
         bool cached_index, bool read_only);
-    // With a cached index, writes the header, the root record and every entry back.
+    // Closes the package as close() does; a failure there is lost, so a caller that wrote to
+    // the package closes it itself.
     virtual ~PACKAGE();
     PACKAGE(const PACKAGE&) = delete;
     PACKAGE& operator=(const PACKAGE&) = delete;
+
+    // With a cached index, writes the header, the root record and every entry back; then closes
+    // the file. False, with the last-error slot set, when any of it could not be written: the
+    // package on disk is then not what was added to it. The package is closed either way.
+    [[nodiscard]] bool close();
 
     [[nodiscard]] bool is_open() const { return m_device != nullptr; }
     [[nodiscard]] bool is_read_only() const { return m_read_only; }
@@ -101,7 +111,8 @@ public:
 
     // Copies a file into the package under `member_name` (null: the file name), replacing a
     // member of that name. With `keep_going` a block that cannot be written is skipped rather
-    // than ending the copy.
+    // than ending the copy. A source that cannot be read to its end, or an entry list that is
+    // damaged, ends the copy with false (4103) without adding a second entry of the name.
     bool add_file(const FOLDER& folder, const char* file_name, const char* member_name);
     bool add_file(const FOLDER& folder, const char* file_name, const char* member_name,
         bool keep_going, PACKAGE_PROGRESS progress, void* context);
@@ -111,13 +122,16 @@ public:
         PACKAGE_PROGRESS progress, void* context);
 
     // A member as a device or a text file; null when it cannot be had (reading a member that
-    // does not exist, among others). Close them with the two functions below.
+    // does not exist, a name longer than 255 bytes for writing, among others). Close them with
+    // the two functions below, which answer false when a written member could not be put back
+    // (see PACKAGE_MEMBER_LINK::finish); the member is then as it was before.
     [[nodiscard]] PACKAGE_DATA_FILE* open_member_data(const char* member_name, INT_S32 mode, INT_U8 order_marker);
     [[nodiscard]] PACKAGE_TEXT_FILE* open_member_text(const char* member_name, INT_S32 mode, bool wide);
-    static void close_member_data(PACKAGE_DATA_FILE** file);
-    static void close_member_text(PACKAGE_TEXT_FILE** file);
+    static bool close_member_data(PACKAGE_DATA_FILE** file);
+    static bool close_member_text(PACKAGE_TEXT_FILE** file);
 
-    // Looks a member up. With entry_out set the record is copied there (its name is not).
+    // Looks a member up. With entry_out set the record is copied there (its name is not). False
+    // when it is not there (last error untouched) or the entry list cannot be read (4103).
     bool find_entry(const char* name, PACKAGE_ENTRY* entry_out);
     [[nodiscard]] bool has_member(const char* name) { return find_entry(name, nullptr); }
     // The member's length: the sum of `used` over its chain. False when it is not there.
@@ -141,6 +155,7 @@ private:
     bool write_entry(const PACKAGE_ENTRY& entry);
     bool load_cached_index();
     PACKAGE_ENTRY* find_cached(const char* name) const;
+    bool look_up(const char* name, PACKAGE_ENTRY* entry_out, bool* found);
     bool add_entry(const char* name, PACKAGE_ENTRY* entry);
     bool update_entry(const PACKAGE_ENTRY& entry);
     bool allocate_block(PACKAGE_ENTRY* entry, INT_U32* position);

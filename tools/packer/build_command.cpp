@@ -274,9 +274,13 @@ bool build_package(const FOLDER& folder, const char* name, DATABASE* database, c
         return false;
     }
     bool written = database->put_to_data_device(stream) && stream->flush();
-    PACKAGE::close_member_data(&stream);
-    if (!written || !package.has_member("database.bin")) {
-        packer_error("cannot write the member database.bin");
+    bool put_back = PACKAGE::close_member_data(&stream);
+    if (!written || !put_back || !package.has_member("database.bin")) {
+        packer_error("cannot write the member database.bin: %s", last_error_text());
+        return false;
+    }
+    if (!package.close()) {
+        packer_error("cannot write the package: %s", last_error_text());
         return false;
     }
     return true;
