@@ -152,19 +152,20 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
     host_printf("Installing \"%s\" into %s\n", database->installations[type].name, database->install_path);
 
     CONSOLE_REPORTER reporter;
-    reset_install_steps();
+    INSTALL_ENGINE engine;
     database->current_page = PAGE_INSTALLING;
     while (!reporter.stopped && !quit_requested) {
-        install_step(database, &reporter);
+        engine.step(database, &reporter);
         handle_pending_signals();
-        if (install_step_counter() == 0) {
+        if (engine.at_rest()) {
             host_print("ERROR: the installation data cannot be opened\n");
             reporter.stopped = true;
             break;
         }
-        if (install_step_counter() > install_step_total() + 1)
+        if (engine.done())
             break;
     }
+    engine.reset();
     database->current_page = PAGE_START;
     delete_temporary_package();
     if (quit_requested) {
