@@ -13,14 +13,15 @@ build/packer build samples/installer.xml -o build/sample-installer
 
 # The graphical wizard comes with the display layer; until then the sample installs unattended,
 # with or without a display, into a fresh folder under a private home, so nothing of the
-# machine's own desktop changes.
+# machine's own desktop changes. The sample has a licence, which an unattended install takes only
+# with -y: an end user reads it first with -r.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/home/Desktop"
 status=0
 HOME="$work/home" XDG_UTILS_INSTALL_MODE=user XDG_DATA_HOME="$work/home/.local/share" \
     XDG_CONFIG_HOME="$work/home/.config" \
-    build/sample-installer -a -i "$work/installed" || status=$?
+    build/sample-installer -a -y -i "$work/installed" || status=$?
 echo
 echo "=== install_log.txt"
 cat "$work/installed/install_log.txt" 2>/dev/null || echo "(no log)"
