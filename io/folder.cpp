@@ -15,6 +15,7 @@
 
 #include "io/folder.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -439,10 +440,15 @@ bool FOLDER::enter(const char* name, bool create)
     if (!host_is_folder(joined)) {
         if (!create)
             return false;
-        // Another run may have made it in the meantime, so the test after mkdir decides.
-        (void)host_make_folder(joined, 0777);
-        if (!host_is_folder(joined))
+        // Another run may have made it in the meantime, so the test after mkdir decides. The
+        // reason of a failure is mkdir's (no permission, a full disk, a file in the way), not
+        // that of the test after it, so that callers can tell the user.
+        bool made = host_make_folder(joined, 0777);
+        int reason = errno;
+        if (!host_is_folder(joined)) {
+            errno = made || reason == EEXIST ? ENOTDIR : reason;
             return false;
+        }
     }
     memcpy(m_path, joined, strlen(joined) + 1);
     return true;

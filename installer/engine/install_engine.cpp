@@ -8,11 +8,15 @@
 
 #include "installer/engine/install_engine.h"
 
+#include <cerrno>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <new>
 
+#include "base/error_report.h"
+#include "base/format.h"
 #include "installer/engine/database.h"
 #include "host/desktop.h"
 #include "io/folder.h"
@@ -41,6 +45,14 @@ void INSTALL_ENGINE::reset()
     release_globals();
     m_counter = 0;
     m_total = 0;
+    m_stopped = false;
+}
+
+// A wrapped count would read as "completed without any errors" after the 256th failure.
+void INSTALL_ENGINE::count_error()
+{
+    if (m_error_count < 255)
+        ++m_error_count;
 }
 
 // A run that ends anywhere but in its closing step must not leave the path variables pointing
@@ -134,13 +146,25 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     m_error_count = 0;
     if (!database->system_info.system_folders || !installation.allow_system_paths)
         database->use_system_paths = 0;
+    if (installation.file_count < 0 || installation.file_count > INSTALL_ENGINE_MAX_FILES) {
+        char text[160];
+        (void)format_text(text, sizeof text, "the install type has %d files; a run can count at most %d",
+            installation.file_count, INSTALL_ENGINE_MAX_FILES);
+        stop(reporter, text);
+        return;
+    }
     m_total = static_cast<INT_S16>(installation.file_count + 1);
 
     if (!database->package) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
         if (!package || !package->is_open()) {
+            // Trying again every frame would change nothing and tell nobody.
+            char text[ORLU_MAX_PATH + 200];
+            (void)format_text(text, sizeof text, "the installation data cannot be opened: %s",
+                package ? last_error_text() : "no memory");
             delete package;
-            return; // the next frame tries again
+            stop(reporter, text);
+            return;
         }
         database->package = package;
     }
@@ -156,16 +180,25 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     bool root_ok = database->use_system_paths
         ? m_install_root.set("$SYSAPP", false, nullptr, true, true)
         : m_install_root.set(database->install_path, true, nullptr, true);
+    int root_reason = errno;
     set_base_path(&m_install_root, database->app_string);
 
     bool system_log = database->log_system_dest_path[0] && database->use_system_paths;
     bool log_ok = set_relative(&m_log_folder, system_log ? database->log_system_dest_path : database->log_dest_path,
         true, system_log, system_log);
+    int log_reason = errno;
     m_have_log_folder = log_ok;
     if (!root_ok || !log_ok) {
+        // Which folder it was, as the user would look for it, and why.
+        int reason = root_ok ? log_reason : root_reason;
+        char folder[ORLU_MAX_PATH * 2];
+        if (!root_ok)
+            (void)copy_text(folder, database->use_system_paths ? m_install_root.path() : expand_text(database->install_path, nullptr));
+        else
+            intended_path(system_log ? database->log_system_dest_path : database->log_dest_path, nullptr, folder, sizeof folder);
         clear_base_path();
         m_holds_base_path = false;
-        reporter->path_error();
+        reporter->folder_error(folder, strerror(reason ? reason : ENOENT));
         return;
     }
     if (!write_log_header(*database)) {
@@ -184,6 +217,7 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
     FOLDER folder;
     bool folder_ok = set_relative(&folder, destination, true, false, false);
+    int folder_reason = folder_ok ? 0 : errno;
     const char* name = file.destination_name();
 
     char status[ORLU_MAX_PATH * 2];
@@ -192,10 +226,11 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
 
     // The full path of the file; when its folder could not be made, the path it was meant for.
     char path[ORLU_MAX_PATH * 2];
-    if (folder_ok || strncmp(destination, "$HERE", 5) != 0)
-        snprintf(path, sizeof path, "%s", folder.path_text(name));
+    if (folder_ok)
+        (void)copy_text(path, folder.path_text(name));
     else
-        snprintf(path, sizeof path, "%s%s", m_install_root.path(), status);
+        intended_path(destination, name, path, sizeof path);
+    char reason[ORLU_MAX_PATH + 200] = "";
 
     INSTALL_RESULT result = INSTALL_INSTALLED;
     if (folder_ok) {
@@ -208,10 +243,13 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
             wanted = static_cast<INT_S64>(database->data_time) > static_cast<INT_S64>(info.modified);
         if (!wanted)
             result = INSTALL_SKIPPED;
-        else if (!database->package->extract_file(folder, name, file.packed_name))
+        else if (!database->package->extract_file(folder, name, file.packed_name)) {
             result = INSTALL_FAILED;
+            (void)copy_text(reason, last_error_text());
+        }
     } else {
         result = INSTALL_FAILED;
+        (void)format_text(reason, sizeof reason, "its folder cannot be made: %s", strerror(folder_reason ? folder_reason : ENOENT));
     }
 
     switch (result) {
@@ -221,8 +259,8 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     }
     reporter->file_done(path, result);
     if (result == INSTALL_FAILED) {
-        ++m_error_count;
-        reporter->file_error(path);
+        count_error();
+        reporter->file_failed(path, reason);
         return;
     }
     // Every installed file becomes executable, data files too; the set-user-id bit only where
@@ -265,21 +303,59 @@ void INSTALL_ENGINE::make_shortcuts(DATABASE* database, INSTALL_REPORTER* report
             if (!database->want_desktop_shortcut || !database->system_info.desktop_icons)
                 continue;
             reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_DESKTOP_SHORTCUT));
-            add_desktop_shortcut(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name,
+            bool made = add_desktop_shortcut(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name,
                 has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
             append_to_log("create_desktop_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
                 shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, exec_path, shortcut.icon, icon_path);
+            if (!made)
+                shortcut_failed(reporter, shortcut.name);
             continue;
         }
         if (!database->want_menu_shortcut || !database->system_info.desktop_menu)
             continue;
         reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_MENU_SHORTCUT));
-        add_menu_entry(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path,
+        bool made = add_menu_entry(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path,
             has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
         append_to_log("create_os_menu_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
             shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path, exec_path,
             shortcut.icon, icon_path);
+        if (!made)
+            shortcut_failed(reporter, shortcut.name);
     }
+}
+
+// A shortcut that was not made is an error of the run: in the log, under the line of the call,
+// in the count of the closing line, and told to the reporter.
+void INSTALL_ENGINE::shortcut_failed(INSTALL_REPORTER* reporter, const char* name)
+{
+    char reason[ORLU_MAX_PATH * 2];
+    if (!copy_text(reason, desktop_error_text()[0] ? desktop_error_text() : "the desktop refused it"))
+        reason[sizeof reason - 1] = 0;
+    append_to_log("Shortcut \"%s\" could not be made: %s\n", name, reason);
+    count_error();
+    reporter->shortcut_error(name, reason);
+}
+
+void INSTALL_ENGINE::stop(INSTALL_REPORTER* reporter, const char* text)
+{
+    m_stopped = true;
+    m_counter = 0;
+    release_globals();
+    reporter->data_error(text);
+}
+
+// Where a destination text leads below the install root, for messages about a folder that could
+// not be made: "$HERE/x" is the root's "x"; other texts are expanded as they stand.
+void INSTALL_ENGINE::intended_path(const char* destination, const char* name, char* out, size_t size) const
+{
+    bool here = strncmp(destination, "$HERE", 5) == 0 && (destination[5] == 0 || destination[5] == '/');
+    char folder[ORLU_MAX_PATH * 2];
+    if (here)
+        (void)format_text(folder, sizeof folder, "%s%s", m_install_root.path(), destination + 5);
+    else
+        (void)copy_text(folder, destination[0] ? expand_text(destination, nullptr) : m_install_root.path());
+    if (!name || !join_path_text(out, size, folder, name))
+        (void)copy_text(out, size, folder);
 }
 
 void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
@@ -305,6 +381,8 @@ void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
         reset();
         return;
     }
+    if (m_stopped)
+        return;
     if (database->current_installation < 0 || database->current_installation >= database->installation_count)
         return;
 

@@ -40,15 +40,42 @@ public:
     virtual void set_install_status(INT_S32 percent, const char* text) = 0;
     // The install folder or the log folder cannot be made.
     virtual void path_error() = 0;
+    // The same with the folder that was asked for and the system's reason (strerror); the engine
+    // calls this one, which tells path_error unless a reporter says more.
+    virtual void folder_error(const char* folder, const char* reason)
+    {
+        (void)folder;
+        (void)reason;
+        path_error();
+    }
     // The log cannot be created at `path`; the run goes on without it if the user agrees.
     virtual void log_error(const char* path) = 0;
     // A file could not be installed at `path`.
     virtual void file_error(const char* path) = 0;
+    // The same with the reason: the folder's or the package's. The engine calls this one.
+    virtual void file_failed(const char* path, const char* reason)
+    {
+        (void)reason;
+        file_error(path);
+    }
     // Every file's outcome, with its full destination path.
     virtual void file_done(const char* path, INSTALL_RESULT result) { (void)path; (void)result; }
+    // A shortcut or menu entry named `name` could not be made, for `reason`. The run goes on; the
+    // failure is in the log and in the run's error count.
+    virtual void shortcut_error(const char* name, const char* reason)
+    {
+        (void)name;
+        (void)reason;
+    }
+    // The installation data cannot be used (the package does not open, or the install type has
+    // more files than a run can count). Told once; the run then stops until it is reset.
+    virtual void data_error(const char* text) { (void)text; }
     // The end of the run: the wizard changes its buttons.
     virtual void finished(INT_S32 error_count) = 0;
 };
+
+// The most files one install type may have: the counter (INT_S16) goes to file_count + 3.
+constexpr INT_S16 INSTALL_ENGINE_MAX_FILES = 32764;
 
 class INSTALL_ENGINE {
 public:
@@ -69,9 +96,11 @@ public:
     [[nodiscard]] INT_S16 counter() const { return m_counter; }
     // The install type's file_count plus 1, from the opening step on.
     [[nodiscard]] INT_S16 total() const { return m_total; }
-    // Files that failed so far in this run.
+    // Files and shortcuts that failed so far in this run; it stays at 255 rather than wrap.
     [[nodiscard]] INT_U8 error_count() const { return m_error_count; }
     [[nodiscard]] bool at_rest() const { return m_counter == 0; }
+    // True once data_error was told: the run stays at rest until reset or the page changes.
+    [[nodiscard]] bool stopped() const { return m_stopped; }
     [[nodiscard]] bool done() const { return m_counter > m_total + 1; }
 
 private:
@@ -84,11 +113,16 @@ private:
     bool write_log_header(const DATABASE& database) const;
     void append_to_log(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void release_globals();
+    void count_error();
+    void shortcut_failed(INSTALL_REPORTER* reporter, const char* name);
+    void stop(INSTALL_REPORTER* reporter, const char* text);
+    void intended_path(const char* destination, const char* name, char* out, size_t size) const;
 
     INT_S16 m_counter { 0 };
     INT_S16 m_total { 0 };
     INT_U8 m_error_count { 0 };
     bool m_have_log_folder { false };
+    bool m_stopped { false };
     // The base path and the idle wait are ours until the closing step gives them back.
     bool m_holds_base_path { false };
     bool m_holds_idle_wait { false };

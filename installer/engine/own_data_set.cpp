@@ -3,6 +3,7 @@
 #include "installer/engine/own_data_set.h"
 
 #include "frame/application_frame.h"
+#include "base/error_report.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
@@ -61,8 +62,12 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
     FOLDER::close_data_file(&device);
     if (!unpacked || quit_requested) {
         (void)temp.delete_file(PACKAGE_NAME);
-        // The file was whole, so a failure here is the writing side: a full disk, most likely.
-        return quit_requested ? UNPACK_INTERRUPTED : UNPACK_FAILED;
+        if (quit_requested)
+            return UNPACK_INTERRUPTED;
+        // A chunk that is too long, cut short or does not inflate is damage that the stamp's
+        // check did not catch (an installer without one); anything else is the writing side, a
+        // full disk most likely.
+        return last_error_code() == ERROR_READ ? UNPACK_DAMAGED : UNPACK_FAILED;
     }
     database->data_folder = temp;
     temporary = true;

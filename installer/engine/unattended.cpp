@@ -33,11 +33,30 @@ public:
         stopped = true;
         host_print("ERROR: the install folder or the log folder cannot be made\n");
     }
+    void folder_error(const char* folder, const char* reason) override
+    {
+        stopped = true;
+        host_printf("ERROR: the folder %s cannot be made: %s\n", folder, reason);
+    }
     void log_error(const char* path) override
     {
         host_printf("WARNING: the log %s cannot be written; installing without it\n", path);
     }
     void file_error(const char*) override {}
+    void file_failed(const char* path, const char* reason) override
+    {
+        host_printf("FAILED %s: %s\n", path, reason);
+    }
+    void shortcut_error(const char* name, const char* reason) override
+    {
+        ++shortcuts_failed;
+        host_printf("FAILED shortcut \"%s\": %s\n", name, reason);
+    }
+    void data_error(const char* text) override
+    {
+        stopped = true;
+        host_printf("ERROR: %s\n", text);
+    }
     void file_done(const char* path, INSTALL_RESULT result) override
     {
         switch (result) {
@@ -52,8 +71,7 @@ public:
                 host_printf("Skipped %s\n", path);
             break;
         case INSTALL_FAILED:
-            ++failed;
-            host_printf("FAILED %s\n", path);
+            ++failed; // told with its reason by file_failed
             break;
         }
     }
@@ -64,6 +82,7 @@ public:
     INT_S32 installed { 0 };
     INT_S32 skipped { 0 };
     INT_S32 failed { 0 };
+    INT_S32 shortcuts_failed { 0 };
 
 private:
     bool m_quiet;
@@ -321,6 +340,8 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
     while (!reporter.stopped && !quit_requested) {
         engine.step(database, &reporter);
         handle_pending_signals();
+        if (engine.stopped())
+            break;
         if (engine.at_rest()) {
             host_print("ERROR: the installation data cannot be opened\n");
             reporter.stopped = true;
@@ -340,7 +361,9 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
         return 1;
     if (!options.quiet) {
         host_printf("%d installed, %d skipped, %d failed\n", reporter.installed, reporter.skipped, reporter.failed);
+        if (reporter.shortcuts_failed)
+            host_printf("%d shortcut%s could not be made\n", reporter.shortcuts_failed, reporter.shortcuts_failed == 1 ? "" : "s");
         host_print("Done\n");
     }
-    return reporter.failed ? 1 : 0;
+    return reporter.failed || reporter.shortcuts_failed ? 1 : 0;
 }

@@ -9,9 +9,11 @@
 #include <unistd.h>
 #include <utime.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "io/stamp.h"
 #include "test_support.h"
 
 namespace {
@@ -195,7 +197,9 @@ TEST_F(UNATTENDED, a_file_that_cannot_be_placed_is_counted_and_the_run_goes_on)
     write_file(target + "/data", "in the way");
     RUN_RESULT run = install();
     EXPECT_NE(run.status, 0);
-    EXPECT_NE(run.output.find("FAILED " + target + "/data/data.bin\n"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("FAILED " + target + "/data/data.bin: its folder cannot be made: Not a directory\n"),
+        std::string::npos)
+        << run.output;
     EXPECT_NE(run.output.find("3 installed, 0 skipped, 1 failed\n"), std::string::npos) << run.output;
     EXPECT_EQ(read_file(target + "/docs/notes.txt"), "new notes\n");
     EXPECT_NE(log().find("\"" + target + "/data/data.bin\" failed to unpack (main0002)\n"), std::string::npos) << log();
@@ -386,7 +390,7 @@ TEST_F(UNATTENDED, a_quiet_run_prints_errors_only)
     ASSERT_TRUE(write_file(target + "/data", "in the way"));
     out = install({ "-q", "-k", "none" });
     EXPECT_EQ(out.status, 1);
-    EXPECT_EQ(out.output, "FAILED " + target + "/data/data.bin\n");
+    EXPECT_EQ(out.output, "FAILED " + target + "/data/data.bin: its folder cannot be made: Not a directory\n");
 }
 
 TEST_F(UNATTENDED, check_tells_a_whole_installer_from_a_damaged_one)
@@ -481,4 +485,65 @@ TEST_F(UNATTENDED, a_patch_installs_only_over_the_installation_it_patches)
     out = install({ "-k", "none" });
     EXPECT_EQ(out.status, 0) << out.output;
     EXPECT_EQ(read_file(target + "/bin/tool"), TOOL_BYTES);
+}
+
+TEST_F(UNATTENDED, damaged_chunks_of_an_installer_without_a_check_are_damage_not_a_full_disk)
+{
+    pack(standard_files());
+    std::string bytes = read_file(installer);
+    // An installer from a packer that wrote no check field: only the chunks can show damage.
+    size_t at = 0;
+    ASSERT_TRUE(find_stamp_in(reinterpret_cast<const INT_U8*>(bytes.data()), bytes.size(), &at));
+    STAMP_RECORD record;
+    stamp_record_from_bytes(reinterpret_cast<const INT_U8*>(bytes.data()) + at, &record);
+    memset(record.check, 0, sizeof record.check);
+    stamp_record_to_bytes(record, reinterpret_cast<INT_U8*>(&bytes[at]));
+    for (int variant = 0; variant < 2; ++variant) {
+        std::string damaged = bytes;
+        if (variant == 0)
+            damaged[damaged.size() - 100] ^= 0x55;
+        else
+            damaged.resize(damaged.size() - 300);
+        ASSERT_TRUE(write_file(installer, damaged));
+        RUN_RESULT out = install({ "-k", "none" });
+        EXPECT_EQ(out.status, 2) << variant << out.output;
+        EXPECT_NE(out.output.find("ERROR: The installer file is damaged\n"), std::string::npos) << out.output;
+        EXPECT_EQ(out.output.find("temporary folder"), std::string::npos) << out.output;
+        EXPECT_FALSE(exists(target)) << variant;
+    }
+}
+
+TEST_F(UNATTENDED, a_shortcut_that_cannot_be_made_fails_the_run)
+{
+    pack(standard_files());
+    rmdir((home + "/Desktop").c_str());
+    RUN_RESULT out = install({ "-k", "desktop" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("FAILED shortcut \"Fixture Tool\": " + home
+                  + "/Desktop/Fixture_Tool.desktop: No such file or directory\n"),
+        std::string::npos)
+        << out.output;
+    EXPECT_NE(out.output.find("4 installed, 0 skipped, 0 failed\n1 shortcut could not be made\nDone\n"), std::string::npos)
+        << out.output;
+    EXPECT_NE(log().find("Shortcut \"Fixture Tool\" could not be made: "), std::string::npos) << log();
+    EXPECT_NE(log().find("Installation completed with 1 errors.\n"), std::string::npos) << log();
+
+    // The desktop folder of the user's directory settings, under its own name, is used.
+    mkdir((home + "/.config").c_str(), 0755);
+    mkdir((home + "/Bureau").c_str(), 0755);
+    ASSERT_TRUE(write_file(home + "/.config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n"));
+    out = install({ "-k", "desktop" });
+    EXPECT_EQ(out.status, 0) << out.output;
+    EXPECT_NE(read_file(home + "/Bureau/Fixture_Tool.desktop").find("Name=Fixture Tool\n"), std::string::npos);
+}
+
+TEST_F(UNATTENDED, an_install_folder_that_cannot_be_made_is_named_with_the_reason)
+{
+    pack(standard_files());
+    ASSERT_TRUE(write_file(temp.file("plain"), "x"));
+    target = temp.file("plain") + "/inside";
+    RUN_RESULT out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: the folder " + target + " cannot be made: Not a directory\n"), std::string::npos)
+        << out.output;
 }

@@ -21,6 +21,7 @@
 #include "base/format.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
+#include "installer/engine/install_engine.h"
 #include "io/folder.h"
 #include "graphics/font.h"
 #include "host/host.h"
@@ -698,7 +699,13 @@ void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD*
         files += m_nodes[child].tag == "FILE";
         shortcuts += m_nodes[child].tag == "SHORTCUT";
     }
-    if (before + files > 0x7FFF || files > 0xFFFF) {
+    // The run counts its steps in 16 bits, up to the file count plus three.
+    if (files > INSTALL_ENGINE_MAX_FILES) {
+        error(node, "%d files in the installation \"%s\"; an install type may have at most %d", files,
+            installation->name, INSTALL_ENGINE_MAX_FILES);
+        return;
+    }
+    if (before + files > 0x7FFF) {
         error(node, "%d files in all; at most 32767 are allowed", before + files);
         return;
     }
