@@ -2,11 +2,13 @@
 
 #include "installer/engine/installer_tools.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <strings.h>
 
+#include "base/error_report.h"
 #include "base/format.h"
 #include "host/host.h"
 #include "installer/engine/database.h"
@@ -173,9 +175,12 @@ INT_S32 run_extraction(DATABASE* database, const INSTALLER_OPTIONS& options)
     char root_text[ORLU_MAX_PATH];
     FOLDER root;
     bool ready = type >= 0;
-    if (ready && (!install_folder_text(options.extract_folder, root_text, sizeof root_text)
-            || !root.set(root_text, true, nullptr, true))) {
-        host_printf("ERROR: the folder %s cannot be made\n", options.extract_folder);
+    if (ready && !install_folder_text(options.extract_folder, root_text, sizeof root_text)) {
+        host_printf("ERROR: the folder's name is too long: %s\n", options.extract_folder);
+        ready = false;
+    }
+    if (ready && !root.set(root_text, true, nullptr, true)) {
+        host_printf("ERROR: the folder %s cannot be made: %s\n", expand_text(root_text, nullptr), strerror(errno));
         ready = false;
     }
     if (!ready) {
@@ -189,10 +194,13 @@ INT_S32 run_extraction(DATABASE* database, const INSTALLER_OPTIONS& options)
         if (!is_listed(*database, file))
             continue;
         char relative[ORLU_MAX_PATH];
+        char reason[ORLU_MAX_PATH + 100] = "";
         bool ok = extraction_path(destination_of(file), file.destination_name(), relative, sizeof relative);
+        if (!ok)
+            (void)copy_text(reason, "its destination leads outside the folder");
         char shown[ORLU_MAX_PATH * 2];
         if (!join_path_text(shown, root.path(), ok ? relative : file.destination_name()))
-            ok = false;
+            (void)copy_text(shown, file.destination_name());
         // The folders of the path are made one by one below the root, never above it.
         FOLDER folder = root;
         const char* leaf = relative;
@@ -200,19 +208,28 @@ INT_S32 run_extraction(DATABASE* database, const INSTALLER_OPTIONS& options)
             if (*p != '/')
                 continue;
             *p = 0;
-            ok = folder.enter(leaf, true);
+            if (!folder.enter(leaf, true)) {
+                ok = false;
+                (void)format_text(reason, sizeof reason, "its folder cannot be made: %s", strerror(errno));
+            }
             *p = '/';
             leaf = p + 1;
         }
-        ok = ok && database->package->extract_file(folder, leaf, file.packed_name)
-            && folder.set_permissions(leaf, 0755);
+        if (ok && !database->package->extract_file(folder, leaf, file.packed_name)) {
+            ok = false;
+            (void)copy_text(reason, last_error_text());
+        }
+        if (ok && !folder.set_permissions(leaf, 0755)) {
+            ok = false;
+            (void)format_text(reason, sizeof reason, "its mode cannot be set: %s", strerror(errno));
+        }
         if (ok) {
             ++written;
             if (!options.quiet)
                 host_printf("Extracted %s\n", shown);
         } else {
             ++failed;
-            host_printf("FAILED %s (%s)\n", shown, file.packed_name);
+            host_printf("FAILED %s: %s\n", shown, reason);
         }
     }
     delete_temporary_package();

@@ -457,6 +457,14 @@ TEST_F(UNATTENDED, extract_writes_an_install_types_files_and_nothing_else)
     EXPECT_EQ(out.status, 0);
     EXPECT_EQ(out.output, "");
     EXPECT_EQ(read_file(folder + "/quiet/bin/tool"), TOOL_BYTES);
+
+    // A file where a folder should go: that file fails with the reason, the others are written.
+    mkdir((folder + "/blocked").c_str(), 0755);
+    ASSERT_TRUE(write_file(folder + "/blocked/bin", "in the way"));
+    out = run_with({ "-e", folder + "/blocked", "-q" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_EQ(out.output, "FAILED " + folder + "/blocked/bin/tool: its folder cannot be made: Not a directory\n");
+    EXPECT_EQ(read_file(folder + "/blocked/etc/config.ini"), "packed config\n");
 }
 
 TEST_F(UNATTENDED, a_patch_installs_only_over_the_installation_it_patches)
