@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "base/format.h"
 #include "io/folder.h"
 #include "graphics/image_cache.h"
 #include "installer/engine/database.h"
@@ -107,7 +108,7 @@ void fill(DATABASE* db)
         LANGUAGE_RECORD& language = db->languages[l];
         strcpy(language.name, l == 0 ? "en" : "de");
         for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key)
-            snprintf(language.strings[key], DATABASE_TEXT, "%s/%s", language.name, language_key_name(key));
+            ASSERT_TRUE(format_text(language.strings[key], DATABASE_TEXT, "%s/%s", language.name, language_key_name(key)));
         strcpy(language.installation_names[0], l == 0 ? "Full" : "Voll");
         strcpy(language.installation_names[1], l == 0 ? "Small" : "Klein");
         strcpy(language.licence_path, "text");
