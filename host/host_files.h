@@ -53,6 +53,10 @@ const char* host_application_name();
 [[nodiscard]] bool host_path_taken(const char* path);
 // True when the file opens for reading.
 [[nodiscard]] bool host_file_opens(const char* path);
+// True when the path names a regular file (following links): not a folder, FIFO or device.
+[[nodiscard]] bool host_is_regular_file(const char* path);
+// True when both paths name the same existing file (the same device and inode).
+[[nodiscard]] bool host_same_file(const char* first, const char* second);
 
 // --- Folders ----------------------------------------------------------------------------------
 

@@ -280,6 +280,19 @@ bool host_path_taken(const char* path)
     return path && lstat(path, &info) == 0;
 }
 
+bool host_is_regular_file(const char* path)
+{
+    struct stat info;
+    return path && stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool host_same_file(const char* first, const char* second)
+{
+    struct stat one, two;
+    return first && second && stat(first, &one) == 0 && stat(second, &two) == 0 && one.st_dev == two.st_dev
+        && one.st_ino == two.st_ino;
+}
+
 bool host_file_opens(const char* path)
 {
     FILE* file = path ? fopen(path, "rb") : nullptr;

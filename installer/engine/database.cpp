@@ -909,6 +909,10 @@ bool DATABASE::load_data_set(const char* name, bool* damaged)
     if (!package)
         return false;
     bool found = false;
+    // The file is there, so a package that does not open (an entry list that turns back, a
+    // header beyond the end) is damage too.
+    if (!package->is_open() && damaged)
+        *damaged = true;
     if (package->is_open()) {
         PACKAGE_DATA_FILE* member = package->open_member_data("database.bin", FILE_READ, ORDER_MARKER_IN_FILE);
         if (member) {

@@ -365,7 +365,8 @@ public:
     // Opens the package `name` in `data_folder` (read-only, blocks of 1024) and reads its member
     // "database.bin", then the default fonts it carries. False when the package does not open,
     // holds no "database.bin", or the stream is damaged (cut short, a negative length, a count
-    // out of range); then `damaged`, when given, tells the last case apart. Afterwards `package`
+    // out of range); `damaged`, when given, tells damage (that stream, or a file that is there
+    // but does not open as a package) from missing data. Afterwards `package`
     // is open on the data set.
     [[nodiscard]] bool load_data_set(const char* name, bool* damaged = nullptr);
     // The stream on the plain file "installer.idx" in `data_folder`, with its byte-order byte.
