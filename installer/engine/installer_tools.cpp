@@ -53,6 +53,12 @@ INT_S32 run_integrity_check()
     case STAMP_VERIFY_NO_DATA_SET:
         host_print("ERROR: this program carries no installation data\n");
         return 2;
+    case STAMP_VERIFY_STOPPED: {
+        int signal_number = host_stop_signal();
+        host_printf("Interrupted by %s while checking the installer\n",
+            signal_number ? host_signal_name(signal_number) : "a signal");
+        return signal_number ? 128 + signal_number : 1;
+    }
     case STAMP_VERIFY_NO_CHECK:
         break;
     }

@@ -270,6 +270,30 @@ bool install_folder_text(const char* given, char* out, size_t size)
     return true;
 }
 
+namespace {
+
+// The status and the last line of a run that a signal ended: 128 and the signal's number, as a
+// shell reports a program that a signal killed. The line also goes to standard error, since a
+// closed pipe may be what ended the run.
+INT_S32 interrupted(const char* what)
+{
+    int signal_number = host_stop_signal();
+    const char* name = signal_number ? host_signal_name(signal_number) : "a signal";
+    char line[512];
+    (void)format_text(line, sizeof line, "Interrupted by %s %s\n", name, what);
+    host_print(line);
+    host_print_error(line);
+    return signal_number ? 128 + signal_number : 1;
+}
+
+bool stop_requested()
+{
+    handle_pending_signals();
+    return quit_requested || host_stop_requested();
+}
+
+} // namespace
+
 INT_S32 load_installer_data(DATABASE* database, bool quiet)
 {
     if (!quiet)
@@ -282,19 +306,28 @@ INT_S32 load_installer_data(DATABASE* database, bool quiet)
         return 2;
     case UNPACK_FAILED:
         host_print("ERROR: the installation data cannot be unpacked (is the temporary folder full?)\n");
+        delete_temporary_package();
         return 1;
     case UNPACK_INTERRUPTED:
-        host_print("Interrupted\n");
-        return 1;
+        delete_temporary_package();
+        return interrupted("while unpacking the installation data; nothing was installed");
     case UNPACK_NO_DATA_SET:
     case UNPACK_DONE:
         break;
     }
-    if (!database->load_data_set("installer.pkg")) {
+    bool damaged = false;
+    if (!database->load_data_set("installer.pkg", &damaged)) {
+        delete_temporary_package();
+        if (stop_requested())
+            return interrupted("while loading the installation data; nothing was installed");
+        if (damaged) {
+            host_print("ERROR: The installer file is damaged\n"
+                       "Its installation data cannot be read whole; download or copy it again.\n");
+            return 2;
+        }
         host_print("ERROR: unable to load data\n");
         if (!quiet)
             host_print("Done\n");
-        delete_temporary_package();
         return 1;
     }
     return -1;
@@ -302,6 +335,9 @@ INT_S32 load_installer_data(DATABASE* database, bool quiet)
 
 INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
 {
+    // Nobody is there to answer a polite question: a terminate signal ends the run like the
+    // others, after the file in hand.
+    set_terminate_quits(true);
     INT_S32 status = load_installer_data(database, options.quiet);
     if (status >= 0)
         return status;
@@ -337,10 +373,11 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
     CONSOLE_REPORTER reporter(options.quiet);
     INSTALL_ENGINE engine;
     database->current_page = PAGE_INSTALLING;
-    while (!reporter.stopped && !quit_requested) {
+    bool stopped = stop_requested();
+    while (!reporter.stopped && !stopped) {
         engine.step(database, &reporter);
-        handle_pending_signals();
-        if (engine.stopped())
+        stopped = stop_requested();
+        if (stopped || engine.data_failed())
             break;
         if (engine.at_rest()) {
             host_print("ERROR: the installation data cannot be opened\n");
@@ -350,12 +387,19 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
         if (engine.done())
             break;
     }
+    if (stopped) {
+        int signal_number = host_stop_signal();
+        engine.interrupt(signal_number ? host_signal_name(signal_number) : "a signal");
+    }
     engine.reset();
     database->current_page = PAGE_START;
     delete_temporary_package();
-    if (quit_requested) {
-        host_print("Interrupted\n");
-        return 1;
+    if (stopped) {
+        char what[160];
+        (void)format_text(what, sizeof what,
+            "while installing: %d installed, %d skipped, %d failed; the rest was not installed (install_log.txt lists what was done)",
+            reporter.installed, reporter.skipped, reporter.failed);
+        return interrupted(what);
     }
     if (reporter.stopped)
         return 1;
@@ -365,5 +409,5 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
             host_printf("%d shortcut%s could not be made\n", reporter.shortcuts_failed, reporter.shortcuts_failed == 1 ? "" : "s");
         host_print("Done\n");
     }
-    return reporter.failed || reporter.shortcuts_failed ? 1 : 0;
+    return reporter.failed || reporter.shortcuts_failed || engine.error_count() ? 1 : 0;
 }

@@ -153,7 +153,7 @@ TEST_F(INSTALL_ENGINE_FAILURES, a_package_that_does_not_open_is_told_once_and_th
         engine.step(&database, &reporter);
     EXPECT_EQ(reporter.events,
         EVENTS({ "data_error the installation data cannot be opened: Error: Can not open file installer.pkg as it was not found." }));
-    EXPECT_TRUE(engine.stopped());
+    EXPECT_TRUE(engine.data_failed());
     EXPECT_TRUE(engine.at_rest());
     // The path variables still hang on the application's folder, not on an install root.
     FOLDER held;
@@ -176,7 +176,7 @@ TEST_F(INSTALL_ENGINE_FAILURES, an_install_type_with_more_files_than_a_run_count
     EXPECT_EQ(run_to_end(10), -1);
     main.file_count = 1;
     EXPECT_EQ(reporter.events, EVENTS({ "data_error the install type has 32767 files; a run can count at most 32764" }));
-    EXPECT_TRUE(engine.stopped());
+    EXPECT_TRUE(engine.data_failed());
 }
 
 TEST_F(INSTALL_ENGINE_FAILURES, folders_that_cannot_be_made_are_named_with_the_systems_reason)
