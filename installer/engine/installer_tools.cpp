@@ -98,9 +98,10 @@ INT_S32 run_listing(DATABASE* database, const INSTALLER_OPTIONS& options)
         const INSTALLATION_RECORD& installation = database->installations[i];
         const char* shown = language ? language->installation_name(i) : "";
         if (shown[0] && strcmp(shown, installation.name) != 0)
-            host_printf("Install type %d: %s (%s), into %s\n", i + 1, installation.name, shown, installation.default_path);
+            host_printf("Install type %d: %s (%s), into %s\n", i + 1, console_text(installation.name), console_text(shown),
+                installation.default_path);
         else
-            host_printf("Install type %d: %s, into %s\n", i + 1, installation.name, installation.default_path);
+            host_printf("Install type %d: %s, into %s\n", i + 1, console_text(installation.name), installation.default_path);
         INT_S32 files = 0;
         INT_U64 bytes = 0;
         for (INT_S16 f = 0; f < installation.file_count; ++f) {

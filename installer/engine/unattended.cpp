@@ -8,6 +8,7 @@
 #include <strings.h>
 
 #include "base/format.h"
+#include "base/orlu_string.h"
 #include "frame/application_frame.h"
 #include "host/host.h"
 #include "installer/engine/database.h"
@@ -15,6 +16,7 @@
 #include "installer/engine/installer_options.h"
 #include "installer/engine/own_data_set.h"
 #include "installer/engine/prior_installation.h"
+#include "io/xml_parser.h"
 
 namespace {
 
@@ -154,6 +156,42 @@ bool add_element(char* out, size_t size, size_t floor, const char* element, size
 
 } // namespace
 
+const char* console_text(const char* latin1)
+{
+    static char ring[4][ORLU_MAX_PATH * 2];
+    static int next = 0;
+    char* out = ring[next];
+    next = (next + 1) % 4;
+    size_t used = 0;
+    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(latin1 ? latin1 : ""); *p; ++p) {
+        size_t need = *p < 0x80 ? 1 : 2;
+        if (used + need >= sizeof ring[0])
+            break;
+        if (need == 1) {
+            out[used++] = static_cast<char>(*p);
+        } else {
+            out[used++] = static_cast<char>(0xC0 | (*p >> 6));
+            out[used++] = static_cast<char>(0x80 | (*p & 0x3F));
+        }
+    }
+    out[used] = 0;
+    return out;
+}
+
+namespace {
+
+// The command line is UTF-8 and the data set's texts Latin-1: a name given by the user matches a
+// text either as it stands or in Latin-1.
+bool same_name(const char* text, const char* wanted)
+{
+    if (strcasecmp(text, wanted) == 0)
+        return true;
+    ORLU_STRING latin1;
+    return utf8_to_string(wanted, -1, &latin1) && strcasecmp(text, latin1.c_str()) == 0;
+}
+
+} // namespace
+
 INT_S16 find_install_type(const DATABASE& database, const char* wanted)
 {
     if (!wanted || !wanted[0])
@@ -162,10 +200,10 @@ INT_S16 find_install_type(const DATABASE& database, const char* wanted)
     if (number != -1)
         return number >= 0 ? number : -1;
     for (INT_S16 i = 0; i < database.installation_count; ++i) {
-        if (strcasecmp(database.installations[i].name, wanted) == 0)
+        if (same_name(database.installations[i].name, wanted))
             return i;
         const LANGUAGE_RECORD* language = database.language();
-        if (language && strcasecmp(language->installation_name(i), wanted) == 0)
+        if (language && same_name(language->installation_name(i), wanted))
             return i;
     }
     return -1;
@@ -180,7 +218,7 @@ INT_S16 find_language(const DATABASE& database, const char* wanted)
         return number >= 0 ? number : -1;
     for (INT_S16 i = 0; i < database.language_count; ++i) {
         const LANGUAGE_RECORD& language = database.languages[i];
-        if (strcasecmp(language.name, wanted) == 0 || strcasecmp(language.text(LANGUAGE_KEY::LANGUAGE_TITLE), wanted) == 0)
+        if (same_name(language.name, wanted) || same_name(language.text(LANGUAGE_KEY::LANGUAGE_TITLE), wanted))
             return i;
     }
     return -1;
@@ -198,7 +236,8 @@ bool choose_language(DATABASE* database, const char* wanted)
     host_printf("ERROR: there is no language \"%s\"; the languages are:\n", wanted);
     for (INT_S16 i = 0; i < database->language_count; ++i) {
         const LANGUAGE_RECORD& language = database->languages[i];
-        host_printf("  %d  %s (%s)\n", i + 1, language.name, language.text(LANGUAGE_KEY::LANGUAGE_TITLE));
+        host_printf("  %d  %s (%s)\n", i + 1, console_text(language.name),
+            console_text(language.text(LANGUAGE_KEY::LANGUAGE_TITLE)));
     }
     return false;
 }
@@ -217,9 +256,9 @@ INT_S16 choose_install_type(const DATABASE& database, const char* wanted)
         const char* name = database.installations[i].name;
         const char* shown = language ? language->installation_name(i) : "";
         if (shown[0] && strcmp(shown, name) != 0)
-            host_printf("  %d  %s (%s)\n", i + 1, name, shown);
+            host_printf("  %d  %s (%s)\n", i + 1, console_text(name), console_text(shown));
         else
-            host_printf("  %d  %s\n", i + 1, name);
+            host_printf("  %d  %s\n", i + 1, console_text(name));
     }
     return -1;
 }
@@ -368,7 +407,7 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
         }
     }
     if (!options.quiet)
-        host_printf("Installing \"%s\" into %s\n", database->installations[type].name, database->install_path);
+        host_printf("Installing \"%s\" into %s\n", console_text(database->installations[type].name), database->install_path);
 
     CONSOLE_REPORTER reporter(options.quiet);
     INSTALL_ENGINE engine;

@@ -35,6 +35,10 @@ struct INSTALLER_OPTIONS;
 // install types by number and name and answers -1.
 [[nodiscard]] INT_S16 choose_install_type(const DATABASE& database, const char* wanted);
 
+// A text of the data set (Latin-1) as the console shows it (UTF-8). The result lies in one of four
+// shared buffers, so that a few may stand in one message; a text too long is cut there.
+const char* console_text(const char* latin1);
+
 // Turns the -i folder into the symbolic form folders are set from: "$..." stays, an absolute
 // path hangs on the file system root, a relative one on the working folder; "." elements go and
 // ".." takes the element before it away, as a shell would. False, with `out` empty, when the

@@ -80,7 +80,7 @@ protected:
             + english
             + "\t</LANGUAGE>\n"
               "\t<LANGUAGE name=\"de\">\n\t\t<LANGUAGE_TITLE string=\"Deutsch\"/>\n"
-              "\t\t<INSTALLATION name=\"second\" string=\"Zweite\"/>\n\t</LANGUAGE>\n"
+              "\t\t<INSTALLATION name=\"second\" string=\"Zweite Größe\"/>\n\t</LANGUAGE>\n"
               "</INSTALLER>\n";
     }
 
@@ -330,7 +330,8 @@ TEST_F(UNATTENDED, an_unknown_install_type_or_language_lists_the_ones_there_are)
         << out.output;
     // In German the second type has a name of its own, which is shown beside the type's name.
     out = install({ "-g", "de", "-t", "full" });
-    EXPECT_NE(out.output.find("ERROR: there is no install type \"full\"\nThe install types are:\n  1  main\n  2  second (Zweite)\n"),
+    // The data set's Latin-1 name reaches the console in UTF-8.
+    EXPECT_NE(out.output.find("ERROR: there is no install type \"full\"\nThe install types are:\n  1  main\n  2  second (Zweite Größe)\n"),
         std::string::npos)
         << out.output;
     out = install({ "-g", "fr" });
@@ -345,7 +346,8 @@ TEST_F(UNATTENDED, the_language_is_chosen_by_number_name_or_title)
 {
     pack(standard_files());
     // The type's German name works once German is chosen.
-    RUN_RESULT out = install({ "-g", "2", "-t", "Zweite", "-k", "none" });
+    // The name as the command line gives it, in UTF-8, matches the data set's Latin-1 text.
+    RUN_RESULT out = install({ "-g", "2", "-t", "zweite größe", "-k", "none" });
     ASSERT_EQ(out.status, 0) << out.output;
     EXPECT_NE(log().find("Language: Deutsch\n"), std::string::npos) << log();
     EXPECT_EQ(read_file(target + "/notes.txt"), "new notes\n");
@@ -432,7 +434,7 @@ TEST_F(UNATTENDED, list_shows_each_install_type_with_the_files_this_machine_gets
             + "Install type 2: second, into $ROOT0/fixture2\n" + listed("10", "$HERE/notes.txt")
             + "  1 file, 10 bytes\n");
     out = run_with({ "-l", "-g", "de", "-t", "2" });
-    EXPECT_EQ(out.output, "Install type 2: second (Zweite), into $ROOT0/fixture2\n" + listed("10", "$HERE/notes.txt")
+    EXPECT_EQ(out.output, "Install type 2: second (Zweite Größe), into $ROOT0/fixture2\n" + listed("10", "$HERE/notes.txt")
             + "  1 file, 10 bytes\n");
 }
 
