@@ -13,7 +13,8 @@ build/packer build samples/installer.xml -o build/sample-installer
 
 # With a display the sample opens its window: the splash while it unpacks, then the wizard's
 # window, until it is closed. Without one it installs unattended into a fresh folder. Either way
-# it runs under a private home, so nothing of the machine's own desktop changes.
+# it runs under a private home, so nothing of the machine's own desktop changes. The sample has a
+# licence, which an unattended install takes only with -y: an end user reads it first with -r.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/home/Desktop" "$work/home/tmp"
@@ -27,7 +28,7 @@ if [ -n "${DISPLAY:-}" ]; then
 fi
 
 status=0
-build/sample-installer -a -i "$work/installed" || status=$?
+build/sample-installer -a -y -i "$work/installed" || status=$?
 echo
 echo "=== install_log.txt"
 cat "$work/installed/install_log.txt" 2>/dev/null || echo "(no log)"

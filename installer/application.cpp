@@ -10,6 +10,7 @@
 #include <new>
 
 #include "base/error_report.h"
+#include "base/format.h"
 #include "frame/application_frame.h"
 #include "frame/frame_rate.h"
 #include "frame/screen.h"
@@ -19,6 +20,7 @@
 #include "installer/engine/database.h"
 #include "installer/engine/installer_debug.h"
 #include "installer/engine/installer_options.h"
+#include "installer/engine/installer_tools.h"
 #include "installer/engine/own_data_set.h"
 #include "installer/engine/patch_differ.h"
 #include "installer/engine/skin.h"
@@ -53,7 +55,8 @@ void apply_data_folder(const INSTALLER_OPTIONS& given)
     if (!given.data_folder_given)
         return;
     char folder_text[ORLU_MAX_PATH];
-    snprintf(folder_text, sizeof folder_text, "%s", given.data_folder);
+    if (!copy_text(folder_text, given.data_folder))
+        return;
     char* slash = strrchr(folder_text, '/');
     if (slash)
         *slash = 0;
@@ -217,8 +220,16 @@ void application_start(INT_S16 argc, char** argv)
     database->platform_code = options.platform_code;
     apply_data_folder(options);
 
-    if (options.automatic) {
-        INT_S32 status = run_unattended(database, options);
+    if (options.mode != MODE_WIZARD) {
+        INT_S32 status = 1;
+        switch (options.mode) {
+        case MODE_UNATTENDED: status = run_unattended(database, options); break;
+        case MODE_CHECK: status = run_integrity_check(); break;
+        case MODE_LIST: status = run_listing(database, options); break;
+        case MODE_EXTRACT: status = run_extraction(database, options); break;
+        case MODE_LICENCE: status = run_show_licence(database, options); break;
+        case MODE_WIZARD: break;
+        }
         delete database;
         database = nullptr;
         exit_with_status(status);

@@ -15,6 +15,7 @@
 
 #include "io/folder.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -350,14 +351,13 @@ bool FOLDER::resolve_builtin(const char* name, bool create, bool no_fallback, bo
         return !no_fallback;
     }
     if (!strcasecmp(bare, "TEMP")) {
-        // The temporary folder is always made.
-        if (host_look_up(HOST_TEMP, true, no_fallback, skip_host, &fall_back))
+        // The temporary folder is always made, and only where nobody else can change it: never
+        // beside the program, whose folder others may be able to write.
+        FOLDER found(*this);
+        if (default_folder_path(&found, HOST_TEMP, base_override_set && base_app_name[0] ? base_app_name : nullptr, true)) {
+            *this = found;
             return true;
-        set_app();
-        if (!fall_back)
-            return false;
-        if (enter("temp", true))
-            return true;
+        }
         set_app();
         return false;
     }
@@ -439,10 +439,15 @@ bool FOLDER::enter(const char* name, bool create)
     if (!host_is_folder(joined)) {
         if (!create)
             return false;
-        // Another run may have made it in the meantime, so the test after mkdir decides.
-        (void)host_make_folder(joined, 0777);
-        if (!host_is_folder(joined))
+        // Another run may have made it in the meantime, so the test after mkdir decides. The
+        // reason of a failure is mkdir's (no permission, a full disk, a file in the way), not
+        // that of the test after it, so that callers can tell the user.
+        bool made = host_make_folder(joined, 0777);
+        int reason = errno;
+        if (!host_is_folder(joined)) {
+            errno = made || reason == EEXIST ? ENOTDIR : reason;
             return false;
+        }
     }
     memcpy(m_path, joined, strlen(joined) + 1);
     return true;

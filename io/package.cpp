@@ -16,6 +16,8 @@
 
 #include "base/debug_stream.h"
 #include "base/error_report.h"
+#include "base/format.h"
+#include "host/host.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Helpers
@@ -186,16 +188,30 @@ bool PACKAGE::create_new(INT_U32 block_size)
     return reopen_for_update();
 }
 
+bool PACKAGE::close()
+{
+    if (!m_device) {
+        free_cached_entries();
+        return true;
+    }
+    bool ok = true;
+    if (m_cached_index && !m_read_only) {
+        ok = write_header() && write_root();
+        for (PACKAGE_ENTRY* entry = m_first_cached; entry && ok; entry = entry->next)
+            ok = write_entry(*entry);
+    }
+    // The last blocks may still be in the device's cache: only its close says they arrived.
+    bool flushed = m_device->close();
+    FOLDER::close_data_file(&m_device);
+    if (!flushed && ok)
+        ok = fail(ERROR_WRITE, m_file_name);
+    free_cached_entries();
+    return ok;
+}
+
 PACKAGE::~PACKAGE()
 {
-    if (m_device && m_cached_index && !m_read_only) {
-        write_header();
-        write_root();
-        for (PACKAGE_ENTRY* entry = m_first_cached; entry; entry = entry->next)
-            write_entry(*entry);
-    }
-    FOLDER::close_data_file(&m_device);
-    free_cached_entries();
+    (void)close();
     delete[] m_block_buffer;
 }
 
@@ -258,7 +274,17 @@ bool PACKAGE::read_entry_at(INT_U32 position, PACKAGE_ENTRY* entry, bool with_na
     if (!device_read(m_device, &entry->first_block) || !device_read(m_device, &entry->last_block)
         || !device_read(m_device, &entry->next_entry) || !device_read(m_device, &entry->reserved))
         return fail(ERROR_READ, m_file_name);
+    entry->end = position + ENTRY_FIXED_SIZE + name_length;
     return true;
+}
+
+// Entries are only ever appended at the end of the file, so in a sound list each one lies
+// behind the one before. Holding the list to that makes every walk of it a forward pass through
+// the file: it ends within the file's length, reads each byte once, and a list that turns back
+// (a loop, however long) is caught at the turn.
+bool PACKAGE::next_entry_follows(const PACKAGE_ENTRY& entry) const
+{
+    return entry.next_entry == 0 || entry.next_entry >= entry.end;
 }
 
 bool PACKAGE::write_entry(const PACKAGE_ENTRY& entry)
@@ -289,14 +315,13 @@ bool PACKAGE::load_cached_index()
 {
     free_cached_entries();
     INT_U32 position = m_first_entry;
-    // Each entry takes at least its fixed part, so more entries than that is a loop.
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
-    for (INT_U32 count = 0; position != 0; ++count) {
-        if (count >= most)
-            return fail(ERROR_READ, "entry list loops");
+    while (position != 0) {
+        if (host_stop_requested())
+            return fail(ERROR_READ, "interrupted");
         PACKAGE_ENTRY* entry = new (std::nothrow) PACKAGE_ENTRY();
         if (!entry)
             return fail(ERROR_PACKAGE_MEMORY, nullptr);
+        set_last_error(ERROR_NONE, nullptr);
         if (!read_entry_at(position, entry, true) || !m_cached_entries.add(entry)) {
             bool memory = last_error_code() == ERROR_NONE;
             delete_cached_entry(entry);
@@ -307,6 +332,8 @@ bool PACKAGE::load_cached_index()
         else
             m_first_cached = entry;
         m_last_cached = entry;
+        if (!next_entry_follows(*entry))
+            return fail(ERROR_READ, "entry list loops");
         position = entry->next_entry;
     }
     return true;
@@ -323,48 +350,77 @@ PACKAGE_ENTRY* PACKAGE::find_cached(const char* name) const
 
 bool PACKAGE::find_entry(const char* name, PACKAGE_ENTRY* entry_out)
 {
-    if (!m_device || !name)
-        return false;
+    bool found = false;
+    return look_up(name, entry_out, &found) && found;
+}
+
+// Walks the entries for `name`. False (4103) when the list cannot be read to the entry or to its
+// end: a damaged list says nothing about whether the member is there, and taking it for absent
+// would add a second entry of the name.
+bool PACKAGE::look_up(const char* name, PACKAGE_ENTRY* entry_out, bool* found)
+{
+    *found = false;
+    if (!m_device)
+        return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    if (!name)
+        return true;
     if (m_cached_index) {
-        PACKAGE_ENTRY* found = find_cached(name);
-        if (found && entry_out) {
-            *entry_out = *found;
+        PACKAGE_ENTRY* cached = find_cached(name);
+        if (cached && entry_out) {
+            *entry_out = *cached;
             entry_out->name = nullptr;
             entry_out->next = nullptr;
         }
-        return found != nullptr;
+        *found = cached != nullptr;
+        return true;
     }
     size_t wanted = strlen(name);
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
     INT_U32 position = m_first_entry;
     PACKAGE_ENTRY entry;
     char* buffer = static_cast<char*>(malloc(PACKAGE_MAX_NAME + 1));
     if (!buffer)
         return fail(ERROR_PACKAGE_MEMORY, nullptr);
-    bool found = false;
-    for (INT_U32 count = 0; position != 0 && count < most; ++count) {
+    bool readable = true;
+    while (position != 0) {
+        // A walk cut off by a stop says nothing about the member either.
+        if (host_stop_requested()) {
+            readable = false;
+            break;
+        }
         INT_U32 name_length = 0;
         if (!position_fits(position, ENTRY_FIXED_SIZE) || !m_device->seek(position, false)
             || !device_read(m_device, &name_length) || name_length > PACKAGE_MAX_NAME
             || !position_fits(position, ENTRY_FIXED_SIZE + name_length)
-            || !device_read_bytes(m_device, buffer, static_cast<INT_S32>(name_length)))
+            || !device_read_bytes(m_device, buffer, static_cast<INT_S32>(name_length))) {
+            readable = false;
             break;
+        }
         entry.position = position;
         if (!device_read(m_device, &entry.first_block) || !device_read(m_device, &entry.last_block)
-            || !device_read(m_device, &entry.next_entry) || !device_read(m_device, &entry.reserved))
+            || !device_read(m_device, &entry.next_entry) || !device_read(m_device, &entry.reserved)) {
+            readable = false;
             break;
+        }
         if (name_length == wanted && memcmp(buffer, name, wanted) == 0) {
-            found = true;
+            *found = true;
+            break;
+        }
+        entry.end = position + ENTRY_FIXED_SIZE + name_length;
+        // Entries only ever link forward; a link back is damage, and would be a loop.
+        if (!next_entry_follows(entry)) {
+            readable = false;
             break;
         }
         position = entry.next_entry;
     }
     free(buffer);
-    if (found && entry_out) {
+    if (!readable)
+        return fail(ERROR_READ, m_file_name);
+    if (*found && entry_out) {
         *entry_out = entry;
         entry_out->name = nullptr;
     }
-    return found;
+    return true;
 }
 
 bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
@@ -429,8 +485,8 @@ bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
 // Reads one block into the block buffer; its payload starts at m_block_buffer + 4.
 bool PACKAGE::read_block(INT_U32 position, INT_U32* next, INT_U32* used)
 {
-    if (!position_fits(position, m_block_size + 8) || !m_device->seek(position, false)
-        || !device_read_bytes(m_device, m_block_buffer, static_cast<INT_S32>(m_block_size + 8)))
+    if (!position_fits(position, m_block_size + 8)
+        || !m_device->read_at(position, m_block_buffer, static_cast<INT_S32>(m_block_size + 8)))
         return fail(ERROR_READ, m_file_name);
     *next = get_u32(m_block_buffer);
     *used = get_u32(m_block_buffer + 4 + m_block_size);
@@ -439,8 +495,9 @@ bool PACKAGE::read_block(INT_U32 position, INT_U32* next, INT_U32* used)
         *used = swap32(*used);
     }
     if (*used > m_block_size) {
+        // Only a message: a file name cut short here names nothing that is opened.
         char detail[300];
-        snprintf(detail, sizeof detail, "%s (block at %u claims %u bytes)", m_file_name, position, *used);
+        (void)format_text(detail, sizeof detail, "%s (block at %u claims %u bytes)", m_file_name, position, *used);
         return fail(ERROR_READ, detail);
     }
     return true;
@@ -520,19 +577,45 @@ bool PACKAGE::free_chain(PACKAGE_ENTRY* entry)
 
 bool PACKAGE::chain_size(const PACKAGE_ENTRY& entry, INT_U64* size)
 {
-    *size = 0;
+    return walk_chain(entry, nullptr, nullptr, size);
+}
+
+// Walks a member's chain block by block, handing each block's bytes to `sink` when there is one.
+// A chain that comes back on itself is found in time linear in its length, whatever its shape
+// (Brent's method: one block is remembered, and the mark moves on to the current block each
+// time the number of steps since the last move reaches the next power of two; a loop brings the
+// walk back to the mark within twice its length plus the lead-in). A chain longer than the file
+// has room for is damaged too.
+bool PACKAGE::walk_chain(const PACKAGE_ENTRY& entry, PACKAGE_SINK sink, void* context, INT_U64* size)
+{
+    INT_U64 total = 0;
     INT_U32 position = entry.first_block;
+    INT_U32 mark = 0;
+    INT_U32 steps_since_mark = 0;
+    INT_U32 next_move = 1;
+    INT_U32 most = most_blocks();
     for (INT_U32 count = 0; position; ++count) {
-        if (count >= most_blocks())
+        if (host_stop_requested())
+            return fail(ERROR_READ, "interrupted");
+        if (position == mark || count >= most)
             return fail(ERROR_READ, "member chain loops");
+        if (++steps_since_mark == next_move) {
+            mark = position;
+            steps_since_mark = 0;
+            next_move = next_move < 0x80000000u ? next_move * 2 : next_move;
+        }
         INT_U32 next = 0, used = 0;
-        if (!position_fits(position, m_block_size + 8) || !m_device->seek(position, false)
-            || !device_read(m_device, &next) || !m_device->seek(position + 4 + m_block_size, false)
-            || !device_read(m_device, &used) || used > m_block_size)
-            return fail(ERROR_READ, m_file_name);
-        *size += used;
+        if (!read_block(position, &next, &used))
+            return false;
+        if (sink && used > 0 && !sink(m_block_buffer + 4, used, context))
+            return false;
+        total += used;
+        if (size)
+            *size = total;
         position = next;
     }
+    if (size)
+        *size = total;
     return true;
 }
 
@@ -571,17 +654,21 @@ bool PACKAGE::add_file(const FOLDER& folder, const char* file_name, const char* 
             local.name = nullptr;
             entry = m_last_cached;
         }
-    } else if (find_entry(name, &local)) {
-        local.name = static_cast<char*>(malloc(strlen(name) + 1));
-        if (!local.name)
-            ok = fail(ERROR_PACKAGE_MEMORY, nullptr);
-        else
-            strcpy(local.name, name);
-        ok = ok && free_chain(&local);
-        entry = &local;
     } else {
-        ok = add_entry(name, &local);
+        bool found = false;
         entry = &local;
+        if (!look_up(name, &local, &found)) {
+            ok = false;
+        } else if (found) {
+            local.name = static_cast<char*>(malloc(strlen(name) + 1));
+            if (!local.name)
+                ok = fail(ERROR_PACKAGE_MEMORY, nullptr);
+            else
+                strcpy(local.name, name);
+            ok = ok && free_chain(&local);
+        } else {
+            ok = add_entry(name, &local);
+        }
     }
 
     INT_U32 total = source->size();
@@ -591,14 +678,25 @@ bool PACKAGE::add_file(const FOLDER& folder, const char* file_name, const char* 
     // A block is allocated before the read, so a source that is a whole number of blocks long
     // ends with one empty block, which readers skip.
     while (ok && !source->at_end()) {
+        if (host_stop_requested()) {
+            ok = fail(ERROR_READ, "interrupted");
+            break;
+        }
         INT_U32 block = 0;
         if (!allocate_block(entry, &block)) {
             ok = false;
             break;
         }
         INT_S32 got = source->read(m_block_buffer + 4, static_cast<INT_S32>(m_block_size));
-        if (got <= 0)
+        if (got <= 0) {
+            // Nothing came although the end is not reached: the source cannot be read. Going on
+            // would allocate empty blocks until the disk is full.
+            if (!source->at_end()) {
+                ok = fail(ERROR_READ, file_name);
+                break;
+            }
             continue;
+        }
         memset(m_block_buffer + 4 + got, 0, m_block_size - static_cast<INT_U32>(got));
         if (!write_block(block, 0, static_cast<INT_U32>(got)) && !keep_going) {
             ok = false;
@@ -629,8 +727,11 @@ bool PACKAGE::extract_file(const FOLDER& folder, const char* file_name, const ch
         return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
     const char* name = member_name ? member_name : file_name;
     PACKAGE_ENTRY entry;
-    if (!find_entry(name, &entry))
-        return fail(ERROR_MEMBER_NOT_FOUND, name);
+    bool found = false;
+    if (name && !look_up(name, &entry, &found))
+        return false;
+    if (!found)
+        return fail(ERROR_MEMBER_NOT_FOUND, name ? name : "");
     INT_U64 total = 0;
     if (progress && !chain_size(entry, &total))
         return false;
@@ -638,32 +739,42 @@ bool PACKAGE::extract_file(const FOLDER& folder, const char* file_name, const ch
     if (!output)
         return fail(ERROR_CREATE, file_name);
 
-    bool ok = true;
-    INT_U64 done = 0;
-    INT_U32 position = entry.first_block;
-    for (INT_U32 count = 0; position; ++count) {
-        if (count >= most_blocks()) {
-            ok = fail(ERROR_READ, "member chain loops");
-            break;
-        }
-        INT_U32 next = 0, used = 0;
-        if (!read_block(position, &next, &used)) {
-            ok = false;
-            break;
-        }
-        if (used > 0 && !device_write_bytes(output, m_block_buffer + 4, static_cast<INT_S32>(used))) {
-            ok = fail(ERROR_WRITE, file_name);
-            break;
-        }
-        done += used;
-        if (progress)
-            progress(this, static_cast<INT_U32>(done), static_cast<INT_U32>(total), context);
-        position = next;
-    }
+    struct TO_FILE {
+        PACKAGE* package;
+        DATA_FILE* output;
+        const char* file_name;
+        PACKAGE_PROGRESS progress;
+        void* context;
+        INT_U64 done;
+        INT_U64 total;
+    } to_file { this, output, file_name, progress, context, 0, total };
+    bool ok = walk_chain(entry, [](const void* bytes, INT_U32 used, void* target) {
+        TO_FILE* to = static_cast<TO_FILE*>(target);
+        if (!device_write_bytes(to->output, bytes, static_cast<INT_S32>(used)))
+            return to->package->fail(ERROR_WRITE, to->file_name);
+        to->done += used;
+        if (to->progress)
+            to->progress(to->package, static_cast<INT_U32>(to->done), static_cast<INT_U32>(to->total), to->context);
+        return true;
+    }, &to_file, nullptr);
     if (!output->close() && ok)
         ok = fail(ERROR_WRITE, file_name);
     FOLDER::close_data_file(&output);
     return ok;
+}
+
+bool PACKAGE::read_member(const char* member_name, PACKAGE_SINK sink, void* context)
+{
+    if (!m_device)
+        return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    PACKAGE_ENTRY entry;
+    bool found = false;
+    // A damaged entry list keeps its read error; only a whole list without the name is 4112.
+    if (member_name && !look_up(member_name, &entry, &found))
+        return false;
+    if (!found)
+        return fail(ERROR_MEMBER_NOT_FOUND, member_name ? member_name : "");
+    return walk_chain(entry, sink, context, nullptr);
 }
 
 bool PACKAGE::member_size(const char* name, INT_U64* size)
@@ -688,18 +799,15 @@ bool PACKAGE::list_members(MEMBER_CALLBACK callback, void* context)
         }
         return true;
     }
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
     PACKAGE_ENTRY entry;
     bool ok = true;
     INT_U32 position = m_first_entry;
-    for (INT_U32 count = 0; position && ok; ++count) {
-        if (count >= most) {
-            ok = fail(ERROR_READ, "entry list loops");
-            break;
-        }
+    while (position && ok) {
         ok = read_entry_at(position, &entry, true) && chain_size(entry, &size);
         if (ok)
             callback(entry.name, size, context);
+        if (ok && !next_entry_follows(entry))
+            ok = fail(ERROR_READ, "entry list loops");
         position = entry.next_entry;
     }
     free(entry.name);
@@ -719,8 +827,14 @@ MEMBER_FILE* PACKAGE::open_member(const char* member_name, INT_S32 mode, OPEN_FI
     if (!m_device || !member_name)
         return nullptr;
     bool reading = mode == FILE_READ;
-    bool present = has_member(member_name);
-    if (reading && !present)
+    // A written member goes back under the name kept in the link: a longer name would come back
+    // cut, as another member.
+    if (!reading && strlen(member_name) >= sizeof(PACKAGE_MEMBER_LINK::member_name)) {
+        fail(ERROR_CREATE, "a member name longer than 255 bytes");
+        return nullptr;
+    }
+    bool present = false;
+    if (!look_up(member_name, nullptr, &present) || (reading && !present))
         return nullptr;
     MEMBER_FILE* file = new (std::nothrow) MEMBER_FILE();
     if (!file) {
@@ -759,41 +873,59 @@ PACKAGE_TEXT_FILE* PACKAGE::open_member_text(const char* member_name, INT_S32 mo
     });
 }
 
-void PACKAGE::close_member_data(PACKAGE_DATA_FILE** file)
+bool PACKAGE::close_member_data(PACKAGE_DATA_FILE** file)
 {
     if (!file || !*file)
-        return;
-    (*file)->close();
+        return true;
+    bool whole = (*file)->close();
+    bool back = (*file)->m_link.finish(whole);
     delete *file;
     *file = nullptr;
+    return back;
 }
 
-void PACKAGE::close_member_text(PACKAGE_TEXT_FILE** file)
+bool PACKAGE::close_member_text(PACKAGE_TEXT_FILE** file)
 {
     if (!file || !*file)
-        return;
-    (*file)->close();
+        return true;
+    bool whole = (*file)->close();
+    bool back = (*file)->m_link.finish(whole);
     delete *file;
     *file = nullptr;
+    return back;
 }
 
-void PACKAGE_MEMBER_LINK::finish()
+bool PACKAGE_MEMBER_LINK::finish(bool written_whole)
 {
+    if (!temp_name[0])
+        return true;
     // A member opened for writing reaches the package only now.
-    if (package && !read_only && temp_name[0])
-        package->add_file(temp_folder, temp_name, member_name);
-    if (temp_name[0])
+    bool ok = true;
+    if (package && !read_only) {
+        ok = written_whole && package->add_file(temp_folder, temp_name, member_name);
+        if (!ok) {
+            // The bytes stay in the temporary file, and the message says where.
+            char detail[ORLU_MAX_PATH + 400];
+            (void)format_text(detail, sizeof detail, "%s (not put back; its bytes are kept in %s)", member_name,
+                temp_folder.path_text(temp_name));
+            set_last_error(ERROR_WRITE, detail);
+        }
+    }
+    if (ok)
         (void)temp_folder.delete_file(temp_name);
+    temp_name[0] = 0;
+    package = nullptr;
+    return ok;
 }
 
 PACKAGE_DATA_FILE::~PACKAGE_DATA_FILE()
 {
-    close();
-    m_link.finish();
+    bool whole = close();
+    (void)m_link.finish(whole);
 }
 
 PACKAGE_TEXT_FILE::~PACKAGE_TEXT_FILE()
 {
-    close();
-    m_link.finish();
+    bool whole = close();
+    (void)m_link.finish(whole);
 }

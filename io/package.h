@@ -14,7 +14,9 @@
 //
 // A package file is untrusted: every length, position and chain read from it is checked
 // against the file before use, and a chain that comes back on itself ends the operation with
-// code 4103, never a hang.
+// code 4103, never a hang. Every walk takes time linear in the file: the entry list must run
+// forward through the file (entries are only appended), and a block chain's loop is found
+// within twice its length. Long walks give up when a stop of the run is requested (host.h).
 //
 // Failures go to the last-error slot (4101 to 4112) and, when "ORLU Platform" has flags, to
 // that stream too.
@@ -46,7 +48,11 @@ struct PACKAGE_ENTRY {
     INT_U32 next_entry { 0 };
     INT_U32 reserved { 0 };
     PACKAGE_ENTRY* next { nullptr }; // cached list order
+    INT_U32 end { 0 };               // position just behind the record on disk
 };
+
+// Takes a member's bytes, one block's worth at a time; answers false to stop the reading.
+typedef bool (*PACKAGE_SINK)(const void* bytes, INT_U32 size, void* context);
 
 // What ties a member opened as a file to its package: the member is extracted to a private
 // temporary file, which is what the caller reads and writes; a member opened for writing goes back
@@ -58,8 +64,12 @@ struct PACKAGE_MEMBER_LINK {
     char member_name[256] {};
     bool read_only { true };
 
-    // Puts a written member back and removes the temporary file.
-    void finish();
+    // Puts a written member back and removes the temporary file. `written_whole` says whether
+    // the caller's file was closed without a failed write. When the member cannot be put back,
+    // or its bytes were not written whole, the temporary file stays where it is and the
+    // last-error slot names it, so that nothing is lost; the answer is then false. A second
+    // call does nothing and answers true.
+    bool finish(bool written_whole);
 };
 
 // A member opened as a data device.
@@ -90,10 +100,16 @@ public:
     // PACKAGE_DEFAULT_BLOCK_SIZE). On failure is_open() is false and the last-error slot says why.
     PACKAGE(const FOLDER& folder, const char* file_name, bool create, INT_S32 block_size,
         bool cached_index, bool read_only);
-    // With a cached index, writes the header, the root record and every entry back.
+    // Closes the package as close() does; a failure there is lost, so a caller that wrote to
+    // the package closes it itself.
     virtual ~PACKAGE();
     PACKAGE(const PACKAGE&) = delete;
     PACKAGE& operator=(const PACKAGE&) = delete;
+
+    // With a cached index, writes the header, the root record and every entry back; then closes
+    // the file. False, with the last-error slot set, when any of it could not be written: the
+    // package on disk is then not what was added to it. The package is closed either way.
+    [[nodiscard]] bool close();
 
     [[nodiscard]] bool is_open() const { return m_device != nullptr; }
     [[nodiscard]] bool is_read_only() const { return m_read_only; }
@@ -101,7 +117,8 @@ public:
 
     // Copies a file into the package under `member_name` (null: the file name), replacing a
     // member of that name. With `keep_going` a block that cannot be written is skipped rather
-    // than ending the copy.
+    // than ending the copy. A source that cannot be read to its end, or an entry list that is
+    // damaged, ends the copy with false (4103) without adding a second entry of the name.
     bool add_file(const FOLDER& folder, const char* file_name, const char* member_name);
     bool add_file(const FOLDER& folder, const char* file_name, const char* member_name,
         bool keep_going, PACKAGE_PROGRESS progress, void* context);
@@ -110,14 +127,22 @@ public:
     bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name,
         PACKAGE_PROGRESS progress, void* context);
 
+    // Hands the member's bytes to `sink` in order. False when the member is missing, its chain
+    // is damaged or loops, the sink answered false (the slot is then the sink's), or a stop of
+    // the run was requested (host.h); what the sink was given so far is then not the member.
+    bool read_member(const char* member_name, PACKAGE_SINK sink, void* context);
+
     // A member as a device or a text file; null when it cannot be had (reading a member that
-    // does not exist, among others). Close them with the two functions below.
+    // does not exist, a name longer than 255 bytes for writing, among others). Close them with
+    // the two functions below, which answer false when a written member could not be put back
+    // (see PACKAGE_MEMBER_LINK::finish); the member is then as it was before.
     [[nodiscard]] PACKAGE_DATA_FILE* open_member_data(const char* member_name, INT_S32 mode, INT_U8 order_marker);
     [[nodiscard]] PACKAGE_TEXT_FILE* open_member_text(const char* member_name, INT_S32 mode, bool wide);
-    static void close_member_data(PACKAGE_DATA_FILE** file);
-    static void close_member_text(PACKAGE_TEXT_FILE** file);
+    static bool close_member_data(PACKAGE_DATA_FILE** file);
+    static bool close_member_text(PACKAGE_TEXT_FILE** file);
 
-    // Looks a member up. With entry_out set the record is copied there (its name is not).
+    // Looks a member up. With entry_out set the record is copied there (its name is not). False
+    // when it is not there (last error untouched) or the entry list cannot be read (4103).
     bool find_entry(const char* name, PACKAGE_ENTRY* entry_out);
     [[nodiscard]] bool has_member(const char* name) { return find_entry(name, nullptr); }
     // The member's length: the sum of `used` over its chain. False when it is not there.
@@ -141,6 +166,7 @@ private:
     bool write_entry(const PACKAGE_ENTRY& entry);
     bool load_cached_index();
     PACKAGE_ENTRY* find_cached(const char* name) const;
+    bool look_up(const char* name, PACKAGE_ENTRY* entry_out, bool* found);
     bool add_entry(const char* name, PACKAGE_ENTRY* entry);
     bool update_entry(const PACKAGE_ENTRY& entry);
     bool allocate_block(PACKAGE_ENTRY* entry, INT_U32* position);
@@ -148,6 +174,8 @@ private:
     bool read_block(INT_U32 position, INT_U32* next, INT_U32* used);
     bool write_block(INT_U32 position, INT_U32 next, INT_U32 used);
     bool chain_size(const PACKAGE_ENTRY& entry, INT_U64* size);
+    bool walk_chain(const PACKAGE_ENTRY& entry, PACKAGE_SINK sink, void* context, INT_U64* size);
+    bool next_entry_follows(const PACKAGE_ENTRY& entry) const;
     bool position_fits(INT_U32 position, INT_U32 length) const;
     INT_U32 most_blocks() const;
     void free_cached_entries();

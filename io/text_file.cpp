@@ -102,11 +102,11 @@ bool TEXT_FILE::open(const FOLDER& folder, const char* name, INT_S32 mode, bool 
     return m_stream != nullptr;
 }
 
-void TEXT_FILE::close()
+bool TEXT_FILE::close()
 {
-    if (m_stream)
-        fclose(m_stream);
+    bool ok = !m_stream || fclose(m_stream) == 0;
     m_stream = nullptr;
+    return ok;
 }
 
 // ---------------------------------------------------------------------------------------------

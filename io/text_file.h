@@ -38,7 +38,8 @@ public:
     // when `wide` is asked. False when the file cannot be opened or is big-endian UTF-16 in
     // update mode.
     [[nodiscard]] bool open(const FOLDER& folder, const char* name, INT_S32 mode, bool wide);
-    void close();
+    // False when bytes written could not all reach the file.
+    bool close();
 
     // --- Reading ----------------------------------------------------------------------------
 

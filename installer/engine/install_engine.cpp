@@ -8,18 +8,20 @@
 
 #include "installer/engine/install_engine.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <new>
 
+#include "base/error_report.h"
+#include "base/format.h"
 #include "installer/engine/database.h"
 #include "host/desktop.h"
 #include "io/folder.h"
 #include "host/host.h"
 #include "host/host_files.h"
 #include "io/package.h"
-#include "io/text_file.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] State
@@ -28,6 +30,13 @@
 namespace {
 
 const char* const LOG_NAME = "install_log.txt";
+
+// The system's reason for a failed folder or file, or what refused its text when no system call
+// failed (errno 0).
+const char* reason_of(int error)
+{
+    return error ? strerror(error) : "the path is refused (\"..\", an unknown variable or the file system root)";
+}
 
 } // namespace
 
@@ -39,8 +48,37 @@ INSTALL_ENGINE::~INSTALL_ENGINE()
 void INSTALL_ENGINE::reset()
 {
     release_globals();
+    m_log_folder.close();
     m_counter = 0;
     m_total = 0;
+    m_stopped = false;
+    m_data_failed = false;
+}
+
+// A wrapped count would read as "completed without any errors" after the 256th failure.
+void INSTALL_ENGINE::count_error()
+{
+    if (m_error_count < 255)
+        ++m_error_count;
+}
+
+// The data cannot be used: told once, and the run rests until it is reset.
+void INSTALL_ENGINE::fail_data(INSTALL_REPORTER* reporter, const char* text)
+{
+    m_data_failed = true;
+    m_counter = 0;
+    release_globals();
+    reporter->data_error(text);
+}
+
+void INSTALL_ENGINE::interrupt(const char* reason)
+{
+    if (m_counter <= 0 || done())
+        return;
+    INT_S32 files_done = m_counter - 1 < m_total - 1 ? m_counter - 1 : m_total - 1;
+    append_to_log("Installation interrupted by %s after %d of %d files, with %d errors.\n", reason, files_done,
+        m_total - 1, m_error_count);
+    reset();
 }
 
 // A run that ends anywhere but in its closing step must not leave the path variables pointing
@@ -86,40 +124,37 @@ void install_status_text(const char* destination, const char* name, char* out, s
 
 // Every line opens and closes the log, so that a crash leaves all that was written so far.
 // Paths are written as their bytes stand.
+// Every line opens and closes the log, so that a crash leaves all that was written so far.
+// Paths are written as their bytes stand. A log that is gone or was replaced by a link takes no
+// more lines.
 void INSTALL_ENGINE::append_to_log(const char* format, ...) const
 {
-    if (!m_have_log_folder)
+    if (!m_log_folder.is_open())
         return;
-    TEXT_FILE* file = m_log_folder.open_text_file(LOG_NAME, FILE_UPDATE, false);
-    if (!file)
-        return;
-    file->set_decode_utf8(false);
     char line[ORLU_MAX_PATH * 4];
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof line, format, args);
+    int length = vsnprintf(line, sizeof line, format, args);
     va_end(args);
-    file->write_string(line);
-    FOLDER::close_text_file(&file);
+    if (length < 0)
+        return;
+    size_t size = static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length) : sizeof line - 1;
+    (void)m_log_folder.append(LOG_NAME, line, size);
 }
 
-bool INSTALL_ENGINE::write_log_header(const DATABASE& database) const
+// The header is written as a new file and renamed over the old log, so a link planted under the
+// log's name is replaced rather than followed.
+bool INSTALL_ENGINE::write_log_header(const DATABASE& database)
 {
-    TEXT_FILE* file = m_log_folder.open_text_file(LOG_NAME, FILE_WRITE, false);
-    if (!file)
+    char header[ORLU_MAX_PATH * 4];
+    int length = snprintf(header, sizeof header,
+        "Installed Files\n---------------\n\nLanguage: %s\nSettings: %d %d %s\n%s\n",
+        database.text(LANGUAGE_KEY::LANGUAGE_TITLE), static_cast<int>(database.installation_id),
+        database.use_system_paths, database.install_path, database.desktop_check_text);
+    if (length < 0)
         return false;
-    file->set_decode_utf8(false);
-    char line[ORLU_MAX_PATH * 2];
-    file->write_string("Installed Files\n---------------\n\n");
-    snprintf(line, sizeof line, "Language: %s\n", database.text(LANGUAGE_KEY::LANGUAGE_TITLE));
-    file->write_string(line);
-    snprintf(line, sizeof line, "Settings: %d %d %s\n", static_cast<int>(database.installation_id),
-        database.use_system_paths, database.install_path);
-    file->write_string(line);
-    snprintf(line, sizeof line, "%s\n", database.desktop_check_text);
-    file->write_string(line);
-    FOLDER::close_text_file(&file);
-    return true;
+    size_t size = static_cast<size_t>(length) < sizeof header ? static_cast<size_t>(length) : sizeof header - 1;
+    return m_log_folder.place_bytes(LOG_NAME, header, size);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -134,13 +169,25 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     m_error_count = 0;
     if (!database->system_info.system_folders || !installation.allow_system_paths)
         database->use_system_paths = 0;
+    if (installation.file_count < 0 || installation.file_count > INSTALL_ENGINE_MAX_FILES) {
+        char text[160];
+        (void)format_text(text, sizeof text, "the install type has %d files; a run can count at most %d",
+            installation.file_count, INSTALL_ENGINE_MAX_FILES);
+        fail_data(reporter, text);
+        return;
+    }
     m_total = static_cast<INT_S16>(installation.file_count + 1);
 
     if (!database->package) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
         if (!package || !package->is_open()) {
+            // Trying again every frame would change nothing and tell nobody.
+            char text[ORLU_MAX_PATH + 200];
+            (void)format_text(text, sizeof text, "the installation data cannot be opened: %s",
+                package ? last_error_text() : "no memory");
             delete package;
-            return; // the next frame tries again
+            fail_data(reporter, text);
+            return;
         }
         database->package = package;
     }
@@ -153,23 +200,39 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     set_base_path(&application, database->app_string);
     m_holds_base_path = true;
     m_install_root = application;
+    errno = 0;
     bool root_ok = database->use_system_paths
         ? m_install_root.set("$SYSAPP", false, nullptr, true, true)
         : m_install_root.set(database->install_path, true, nullptr, true);
+    int root_reason = errno;
     set_base_path(&m_install_root, database->app_string);
 
+    m_allow_file_system_root = installation.allow_system_paths != 0;
+    m_swept.clear();
     bool system_log = database->log_system_dest_path[0] && database->use_system_paths;
-    bool log_ok = set_relative(&m_log_folder, system_log ? database->log_system_dest_path : database->log_dest_path,
-        true, system_log, system_log);
-    m_have_log_folder = log_ok;
+    errno = 0;
+    bool log_ok = root_ok
+        && m_log_folder.open(system_log ? database->log_system_dest_path : database->log_dest_path, m_install_root,
+            true, system_log, system_log, m_allow_file_system_root);
+    int log_reason = errno;
     if (!root_ok || !log_ok) {
+        // Which folder it was, as the user would look for it, and why.
+        char folder[ORLU_MAX_PATH * 2];
+        if (!root_ok)
+            (void)copy_text(folder, database->use_system_paths ? m_install_root.path() : expand_text(database->install_path, nullptr));
+        else
+            (void)copy_text(folder, m_log_folder.path());
+        m_log_folder.close();
         clear_base_path();
         m_holds_base_path = false;
-        reporter->path_error();
+        reporter->folder_error(folder, reason_of(root_ok ? log_reason : (root_reason ? root_reason : ENOENT)));
         return;
     }
+    m_swept.sweep(m_log_folder);
     if (!write_log_header(*database)) {
-        reporter->log_error(m_log_folder.path_text(LOG_NAME));
+        char path[ORLU_MAX_PATH * 2];
+        m_log_folder.path_of(LOG_NAME, path, sizeof path);
+        reporter->log_error(path);
         return;
     }
 }
@@ -182,9 +245,17 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
 {
     bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
-    FOLDER folder;
-    bool folder_ok = set_relative(&folder, destination, true, false, false);
     const char* name = file.destination_name();
+    DESTINATION_FOLDER folder;
+    errno = 0;
+    bool folder_ok = folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root);
+    char reason[ORLU_MAX_PATH + 200] = "";
+    if (!folder_ok)
+        (void)format_text(reason, sizeof reason, "its folder cannot be made: %s", reason_of(errno));
+    if (folder_ok && !is_plain_name(name)) {
+        folder_ok = false;
+        (void)copy_text(reason, "its name is no plain file name");
+    }
 
     char status[ORLU_MAX_PATH * 2];
     install_status_text(destination, name, status, sizeof status);
@@ -192,24 +263,37 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
 
     // The full path of the file; when its folder could not be made, the path it was meant for.
     char path[ORLU_MAX_PATH * 2];
-    if (folder_ok || strncmp(destination, "$HERE", 5) != 0)
-        snprintf(path, sizeof path, "%s", folder.path_text(name));
-    else
-        snprintf(path, sizeof path, "%s%s", m_install_root.path(), status);
+    folder.path_of(name, path, sizeof path);
 
     INSTALL_RESULT result = INSTALL_INSTALLED;
     if (folder_ok) {
+        m_swept.sweep(folder);
         bool wanted = true;
         HOST_FILE_INFO info;
-        bool present = host_file_info(path, &info);
+        bool present = folder.entry_info(name, &info);
         if (file.overwrite == OVERWRITE_WHEN_ABSENT)
             wanted = !present;
         else if (file.overwrite == OVERWRITE_WHEN_OLDER && present)
             wanted = static_cast<INT_S64>(database->data_time) > static_cast<INT_S64>(info.modified);
-        if (!wanted)
+        // Every installed file becomes executable, data files too; the set-user-id bits only
+        // where the record asks for them. The mode is set before the file takes its name.
+        INT_U32 mode = file.switch_user ? 06755 : 0755;
+        if (!wanted) {
             result = INSTALL_SKIPPED;
-        else if (!database->package->extract_file(folder, name, file.packed_name))
-            result = INSTALL_FAILED;
+        } else {
+            set_last_error(ERROR_NONE, nullptr);
+            errno = 0;
+            PLACE_RESULT placed = folder.place_member(database->package, file.packed_name, name, mode);
+            if (placed == PLACE_STOPPED) {
+                // Cut off by a signal: the file stays as it was, and this step is not done.
+                m_stopped = true;
+                return;
+            }
+            if (placed != PLACE_DONE) {
+                result = INSTALL_FAILED;
+                (void)copy_text(reason, last_error_code() != ERROR_NONE ? last_error_text() : reason_of(errno ? errno : EIO));
+            }
+        }
     } else {
         result = INSTALL_FAILED;
     }
@@ -221,14 +305,28 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     }
     reporter->file_done(path, result);
     if (result == INSTALL_FAILED) {
-        ++m_error_count;
-        reporter->file_error(path);
-        return;
+        count_error();
+        reporter->file_failed(path, reason);
     }
-    // Every installed file becomes executable, data files too; the set-user-id bit only where
-    // the record asks for it.
-    if (result == INSTALL_INSTALLED && database->matches_platform(file.platform.c_str()))
-        (void)folder.set_permissions(name, file.switch_user ? 06755 : 0755);
+}
+
+// A file of this machine's platform that the data set does not hold.
+void INSTALL_ENGINE::fail_missing_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file)
+{
+    bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
+    const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
+    const char* name = file.destination_name();
+    char status[ORLU_MAX_PATH * 2];
+    install_status_text(destination, name, status, sizeof status);
+    reporter->set_install_status(m_counter * 100 / m_total, status);
+    DESTINATION_FOLDER folder;
+    (void)folder.open(destination, m_install_root, false, false, false, m_allow_file_system_root);
+    char path[ORLU_MAX_PATH * 2];
+    folder.path_of(name, path, sizeof path);
+    append_to_log("\"%s\" failed to unpack (%s)\n", path, file.packed_name);
+    reporter->file_done(path, INSTALL_FAILED);
+    count_error();
+    reporter->file_failed(path, "the installation data does not hold it");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -265,21 +363,36 @@ void INSTALL_ENGINE::make_shortcuts(DATABASE* database, INSTALL_REPORTER* report
             if (!database->want_desktop_shortcut || !database->system_info.desktop_icons)
                 continue;
             reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_DESKTOP_SHORTCUT));
-            add_desktop_shortcut(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name,
+            bool made = add_desktop_shortcut(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name,
                 has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
             append_to_log("create_desktop_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
                 shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, exec_path, shortcut.icon, icon_path);
+            if (!made)
+                shortcut_failed(reporter, shortcut.name);
             continue;
         }
         if (!database->want_menu_shortcut || !database->system_info.desktop_menu)
             continue;
         reporter->set_install_status(100, database->text(LANGUAGE_KEY::INSTALLING_MENU_SHORTCUT));
-        add_menu_entry(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path,
+        bool made = add_menu_entry(shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path,
             has_exec_folder ? exec_path : nullptr, shortcut.icon, has_icon_folder ? icon_path : nullptr);
         append_to_log("create_os_menu_shortcut( %d, \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\", \"%s\" );\n",
             shortcut.type, shortcut.exec, shortcut.arguments, shortcut.name, shortcut.menu_path, exec_path,
             shortcut.icon, icon_path);
+        if (!made)
+            shortcut_failed(reporter, shortcut.name);
     }
+}
+
+// A shortcut that was not made is an error of the run: in the log, under the line of the call,
+// in the count of the closing line, and told to the reporter.
+void INSTALL_ENGINE::shortcut_failed(INSTALL_REPORTER* reporter, const char* name)
+{
+    char reason[ORLU_MAX_PATH * 2];
+    (void)copy_text(reason, desktop_error_text()[0] ? desktop_error_text() : "the desktop refused it");
+    append_to_log("Shortcut \"%s\" could not be made: %s\n", name, reason);
+    count_error();
+    reporter->shortcut_error(name, reason);
 }
 
 void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
@@ -293,6 +406,7 @@ void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
         append_to_log("Installation completed with %d errors.\n", m_error_count);
     else
         append_to_log("Installation completed without any errors.\n");
+    m_log_folder.close();
     set_idle_wait(50);
     m_holds_idle_wait = false;
 }
@@ -305,6 +419,8 @@ void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
         reset();
         return;
     }
+    if (m_data_failed)
+        return;
     if (database->current_installation < 0 || database->current_installation >= database->installation_count)
         return;
 
@@ -317,9 +433,18 @@ void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
         INT_S32 index = m_counter - 1;
         bool usable = installation.files && index < installation.file_count;
         const FILE_RECORD* file = usable ? &installation.files[index] : nullptr;
-        if (file && file->packed_name[0] && database->matches_platform(file->platform.c_str()))
-            install_file(database, reporter, *file);
-        ++m_counter;
+        m_stopped = false;
+        if (file && database->matches_platform(file->platform.c_str())) {
+            if (file->packed_name[0])
+                install_file(database, reporter, *file);
+            else
+                fail_missing_file(database, reporter, *file);
+        } else if (!file) {
+            // The record itself is missing: the install type is not whole.
+            count_error();
+        }
+        if (!m_stopped)
+            ++m_counter;
         return;
     }
     if (m_counter == m_total) {

@@ -13,9 +13,15 @@
 // of global state, the base path of the path variables ("$APP" is the install root) and the
 // pump's idle wait; a run that is abandoned (reset, the page left, the object destroyed) gives
 // both back.
+//
+// Files and the log are written through DESTINATION_FOLDER (file_placer.h): below the folder of
+// their path variable no link is followed, and each file appears whole or not at all. A file of
+// the install type that the data set does not hold (a record never packed) counts as failed, so
+// that a run which did not install every file never reports success.
 #pragma once
 
 #include "base/orlu_types.h"
+#include "installer/engine/file_placer.h"
 #include "io/folder.h"
 
 class DATABASE;
@@ -40,15 +46,43 @@ public:
     virtual void set_install_status(INT_S32 percent, const char* text) = 0;
     // The install folder or the log folder cannot be made.
     virtual void path_error() = 0;
+    // The same with the folder that was asked for and the system's reason (strerror); the engine
+    // calls this one, which tells path_error unless a reporter says more.
+    virtual void folder_error(const char* folder, const char* reason)
+    {
+        (void)folder;
+        (void)reason;
+        path_error();
+    }
     // The log cannot be created at `path`; the run goes on without it if the user agrees.
     virtual void log_error(const char* path) = 0;
     // A file could not be installed at `path`.
     virtual void file_error(const char* path) = 0;
+    // The same with the reason: the folder's, the package's or the system's. The engine calls
+    // this one, which tells file_error unless a reporter says more.
+    virtual void file_failed(const char* path, const char* reason)
+    {
+        (void)reason;
+        file_error(path);
+    }
     // Every file's outcome, with its full destination path.
     virtual void file_done(const char* path, INSTALL_RESULT result) { (void)path; (void)result; }
+    // A shortcut or menu entry named `name` could not be made, for `reason`. The run goes on; the
+    // failure is in the log and in the run's error count.
+    virtual void shortcut_error(const char* name, const char* reason)
+    {
+        (void)name;
+        (void)reason;
+    }
+    // The installation data cannot be used (the package does not open, or the install type has
+    // more files than a run can count). Told once; the run then rests until it is reset.
+    virtual void data_error(const char* text) { (void)text; }
     // The end of the run: the wizard changes its buttons.
     virtual void finished(INT_S32 error_count) = 0;
 };
+
+// The most files one install type may have: the counter (INT_S16) goes to file_count + 3.
+constexpr INT_S16 INSTALL_ENGINE_MAX_FILES = 32764;
 
 class INSTALL_ENGINE {
 public:
@@ -64,36 +98,53 @@ public:
     void step(DATABASE* database, INSTALL_REPORTER* reporter);
     // Puts the machine back to rest (a new run starts over).
     void reset();
+    // Ends a run that a signal interrupted (`reason`, "SIGINT" say): the log gets a last line
+    // that says so, the global state goes back, and the machine rests. Nothing when no run is
+    // open.
+    void interrupt(const char* reason);
 
     // Where the run stands: 0 at rest, 1 to total() + 1 while working, above that when done.
     [[nodiscard]] INT_S16 counter() const { return m_counter; }
     // The install type's file_count plus 1, from the opening step on.
     [[nodiscard]] INT_S16 total() const { return m_total; }
-    // Files that failed so far in this run.
+    // Files and shortcuts that failed so far in this run; it stays at 255 rather than wrap.
     [[nodiscard]] INT_U8 error_count() const { return m_error_count; }
     [[nodiscard]] bool at_rest() const { return m_counter == 0; }
     [[nodiscard]] bool done() const { return m_counter > m_total + 1; }
+    // True when the last file step was cut off by a stop of the run (the file is left as it
+    // was; a later step tries it again).
+    [[nodiscard]] bool stopped() const { return m_stopped; }
+    // True once data_error was told: the run rests until it is reset or the page changes.
+    [[nodiscard]] bool data_failed() const { return m_data_failed; }
 
 private:
     void open_run(DATABASE* database, INSTALL_REPORTER* reporter);
     void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
     void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter);
     void close_run(DATABASE* database, INSTALL_REPORTER* reporter);
+    void fail_missing_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
     bool set_relative(FOLDER* folder, const char* text, bool create, bool create_variable, bool no_fallback) const;
     bool shortcut_folder(const DATABASE& database, const char* system_text, const char* text, FOLDER* folder) const;
-    bool write_log_header(const DATABASE& database) const;
+    bool write_log_header(const DATABASE& database);
     void append_to_log(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void release_globals();
+    void count_error();
+    void shortcut_failed(INSTALL_REPORTER* reporter, const char* name);
+    void fail_data(INSTALL_REPORTER* reporter, const char* text);
 
     INT_S16 m_counter { 0 };
     INT_S16 m_total { 0 };
     INT_U8 m_error_count { 0 };
-    bool m_have_log_folder { false };
+    bool m_stopped { false };
+    bool m_data_failed { false };
+    bool m_allow_file_system_root { false };
     // The base path and the idle wait are ours until the closing step gives them back.
     bool m_holds_base_path { false };
     bool m_holds_idle_wait { false };
     FOLDER m_install_root;
-    FOLDER m_log_folder;
+    // Open for the run, so that every line goes into the folder the header went into.
+    DESTINATION_FOLDER m_log_folder;
+    FOLDER_SWEEPER m_swept;
 };
 
 // The text shown for a destination: "%s%s%s" of the destination folder's text, "/" unless it

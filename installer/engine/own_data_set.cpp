@@ -2,10 +2,15 @@
 
 #include "installer/engine/own_data_set.h"
 
+#include <cstdio>
+
 #include "frame/application_frame.h"
+#include "base/error_report.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
+#include "host/host.h"
+#include "host/host_files.h"
 #include "installer/engine/installer_debug.h"
 #include "io/stamp.h"
 
@@ -13,6 +18,9 @@ namespace {
 
 const char* const PACKAGE_NAME = "installer.pkg";
 bool temporary = false;
+// Where the package was unpacked: "$TEMP" may mean another folder once the install root has
+// become the base of the path variables.
+char unpacked_in[ORLU_MAX_PATH];
 
 } // namespace
 
@@ -20,11 +28,14 @@ bool package_is_temporary() { return temporary; }
 
 void delete_temporary_package()
 {
-    if (!temporary)
-        return;
-    FOLDER temp("$TEMP");
-    (void)temp.delete_file(PACKAGE_NAME);
-    temporary = false;
+    if (temporary) {
+        FOLDER temp;
+        if (temp.set_raw(unpacked_in))
+            (void)temp.delete_file(PACKAGE_NAME);
+        temporary = false;
+    }
+    // The run's private folder goes with it: anything else in it was this run's own.
+    host_remove_run_temp_folder();
 }
 
 UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, DATA_SET_PROGRESS progress, void* context)
@@ -57,20 +68,32 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
 
     // The whole file is checked before anything is written, so a damaged installer installs
     // nothing and leaves nothing behind.
-    if (verify_stamped_file(own, own_file_name) == STAMP_VERIFY_DAMAGED) {
+    switch (verify_stamped_file(own, own_file_name)) {
+    case STAMP_VERIFY_DAMAGED:
         FOLDER::close_data_file(&device);
         return UNPACK_DAMAGED;
+    case STAMP_VERIFY_STOPPED:
+        FOLDER::close_data_file(&device);
+        return UNPACK_INTERRUPTED;
+    default:
+        break;
     }
 
     FOLDER temp("$TEMP");
     bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
     FOLDER::close_data_file(&device);
-    if (!unpacked || quit_requested) {
+    bool stopped = quit_requested || host_stop_requested();
+    if (!unpacked || stopped) {
         (void)temp.delete_file(PACKAGE_NAME);
-        // The file was whole, so a failure here is the writing side: a full disk, most likely.
-        return quit_requested ? UNPACK_INTERRUPTED : UNPACK_FAILED;
+        if (stopped)
+            return UNPACK_INTERRUPTED;
+        // A chunk that is too long, cut short or does not inflate is damage that the stamp's
+        // check did not catch (an installer without one); anything else is the writing side, a
+        // full disk most likely.
+        return last_error_code() == ERROR_READ ? UNPACK_DAMAGED : UNPACK_FAILED;
     }
     database->data_folder = temp;
+    snprintf(unpacked_in, sizeof unpacked_in, "%s", temp.path());
     temporary = true;
     debug_printf(&installer_debug, "Data set unpacked to %s\n", temp.path_text(PACKAGE_NAME));
     return UNPACK_DONE;

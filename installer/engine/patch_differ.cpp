@@ -8,13 +8,18 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <new>
 
+#include "base/format.h"
+#include "installer/engine/data_set.h"
 #include "installer/engine/database.h"
 #include "host/host.h"
 #include "installer/engine/installer_options.h"
 #include "base/orlu_string.h"
+#include "io/data_file.h"
 #include "io/package.h"
+#include "io/stamp.h"
 #include "io/text_file.h"
 
 // ---------------------------------------------------------------------------------------------
@@ -183,17 +188,52 @@ void path_variable_form(char* name)
         name[0] = '$';
 }
 
-bool load(DATABASE* database, const char* given)
+// A finished installer (program, stamp and data set) rather than a package: a package starts
+// with its byte-order byte and "ORLUPKG"; anything else counts only with a stamp that says a data
+// set follows.
+bool is_finished_installer(const FOLDER& folder, const char* name)
 {
+    DATA_FILE* file = folder.open_data_file(name, FILE_READ, 0, false);
+    if (!file)
+        return false;
+    char start[8] = {};
+    bool package = file->read(start, 8) == 8 && memcmp(start + 1, "ORLUPKG", 7) == 0;
+    STAMP_RECORD record;
+    bool installer = !package && file->seek(0, false) && read_stamp(file, &record) && (record.flags & STAMP_FLAG_DATA_SET);
+    FOLDER::close_data_file(&file);
+    return installer;
+}
+
+// Loads the data set named on the command line: a path with a variable ("@" already made "$"),
+// an absolute path as it stands, or a name relative to the program's folder. A finished
+// installer's data set is unpacked into a temporary package, whose name goes to `temporary`
+// (empty otherwise) for the caller to delete. `where` is the folder of the named file.
+bool load(DATABASE* database, const char* given, FOLDER* where, char* temporary, size_t size)
+{
+    temporary[0] = 0;
     char text[ORLU_MAX_PATH];
-    option_file_path(given, text, sizeof text);
+    bool fits = given[0] == '/' ? copy_text(text, given) : option_file_path(given, text, sizeof text);
+    if (!fits)
+        return false;
     char* slash = strrchr(text, '/');
     const char* file_name = slash ? slash + 1 : text;
     if (slash) {
         *slash = 0;
-        database->data_folder.set(text);
+        bool set = text[0] == '/' || slash == text ? database->data_folder.set_raw(text[0] ? text : "/")
+                                                    : database->data_folder.set(text);
+        if (!set)
+            return false;
     }
-    return database->load_data_set(file_name);
+    *where = database->data_folder;
+    if (!is_finished_installer(*where, file_name))
+        return database->load_data_set(file_name);
+    FOLDER temp("$TEMP");
+    DATA_SET_HEADER header;
+    if (!temp.make_temp_name(temporary, static_cast<INT_S32>(size), ".pkg")
+        || !unpack_installer(*where, file_name, temp, temporary, nullptr, &header, nullptr))
+        return false;
+    database->data_folder = temp;
+    return database->load_data_set(temporary);
 }
 
 // Compares one installation; false when a difference stops the run.
@@ -319,20 +359,24 @@ bool diff_data_sets(const char* argument)
     DATABASE* d1 = new (std::nothrow) DATABASE();
     DATABASE* d2 = new (std::nothrow) DATABASE();
     bool ok = d1 && d2;
-    if (ok && !load(d1, first)) {
+    FOLDER first_folder, second_folder;
+    char first_temporary[64] = "", second_temporary[64] = "";
+    if (ok && !load(d1, first, &first_folder, first_temporary, sizeof first_temporary)) {
         host_print("Failed to load first database\n");
         ok = false;
     }
     if (ok)
         host_printf("First database (%s) was loaded ok...\n", first);
-    if (ok && !load(d2, second)) {
+    if (ok && !load(d2, second, &second_folder, second_temporary, sizeof second_temporary)) {
         host_print("Failed to load first database\n");
         ok = false;
     }
     if (ok)
         host_printf("Second database (%s) was loaded ok...\n", second);
 
-    TEXT_FILE* file = ok ? d2->data_folder.open_text_file("patch.xml", FILE_WRITE, false) : nullptr;
+    // The patch lies beside the second file as it was named, also when its data came from a
+    // finished installer.
+    TEXT_FILE* file = ok ? second_folder.open_text_file("patch.xml", FILE_WRITE, false) : nullptr;
     if (ok && !file) {
         host_print("Failed to open patch file\n");
         ok = false;
@@ -356,5 +400,10 @@ bool diff_data_sets(const char* argument)
     FOLDER::close_text_file(&file);
     delete d1;
     delete d2;
+    FOLDER temp("$TEMP");
+    for (const char* name : { first_temporary, second_temporary }) {
+        if (name[0])
+            (void)temp.delete_file(name);
+    }
     return ok;
 }

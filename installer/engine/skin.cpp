@@ -11,7 +11,9 @@
 #include <cstring>
 #include <new>
 
+#include "base/format.h"
 #include "frame/application_frame.h"
+#include "host/host.h"
 #include "io/config_file.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
@@ -88,7 +90,8 @@ bool skin_root(const DATABASE* database, const char* text, FOLDER* root)
     if (text[0] == '$' || !strncmp(text, "..", 2))
         return root->set(text, false, &database->data_folder);
     char relative[ORLU_MAX_PATH];
-    snprintf(relative, sizeof relative, "$HERE/%s", text);
+    if (!format_text(relative, sizeof relative, "$HERE/%s", text))
+        return false;
     return root->set(relative, false, &database->data_folder);
 }
 
@@ -139,10 +142,16 @@ void load_dialog_effects(DATABASE* database, const FOLDER& root)
 
 bool load_skin(DATABASE* database, const char* folder_text)
 {
+    return load_skin(database, folder_text, nullptr, nullptr);
+}
+
+bool load_skin(DATABASE* database, const char* folder_text, SKIN_UNREAD unread, void* context)
+{
     if (!database || !folder_text)
         return false;
     debug_printf(&installer_debug, "Loading skin from: %s\n", folder_text);
-    snprintf(database->skin_path, sizeof database->skin_path, "%s", folder_text);
+    if (!copy_text(database->skin_path, folder_text))
+        return false;
 
     FOLDER root;
     if (!skin_root(database, folder_text, &root))
@@ -152,11 +161,22 @@ bool load_skin(DATABASE* database, const char* folder_text)
     // Pictures of the tree are read from their files, whatever the run's mode was.
     INT_U32 mode = style_set_image_mode;
     style_set_image_mode = CACHE_MUST_LOAD;
+    char missing[ORLU_MAX_PATH * 2];
+    auto tell = [&](const FOLDER& folder, const char* name) {
+        if (unread && join_path_text(missing, folder.path(), name))
+            unread(missing, context);
+    };
     for (const SKIN_FILE& entry : skin_files) {
         FOLDER folder(root);
-        if (!folder.enter(entry.folder, false))
+        if (!folder.enter(entry.folder, false)) {
+            char file[ORLU_MAX_PATH];
+            if (format_text(file, sizeof file, "%s/%s", entry.folder, entry.file))
+                tell(root, file);
             continue;
+        }
         bool loaded = load_style_file(folder, entry.file, target_of(database, entry));
+        if (!loaded)
+            tell(folder, entry.file);
         if (loaded && entry.toolkit_style == TOOLKIT_STYLE_BUTTON_HINT)
             set_toolkit_hints_present(true);
     }
@@ -166,9 +186,13 @@ bool load_skin(DATABASE* database, const char* folder_text)
     if (icons.enter("icons", false)) {
         for (INT_S32 icon = 0; icon < DATABASE_ICON_COUNT; ++icon) {
             IMAGE& image = database->icons[icon];
-            if (!image.load(icons, icon_name(icon)))
+            if (!image.load(icons, icon_name(icon))) {
                 image.set_size(0, 0);
+                tell(icons, icon_name(icon));
+            }
         }
+    } else {
+        tell(root, "icons/");
     }
     load_dialog_effects(database, root);
     return true;
@@ -272,6 +296,15 @@ bool load_stamped_skin(DATABASE* database)
     return ok;
 }
 
+namespace {
+
+void print_unread(const char* path, void*)
+{
+    host_printf("WARNING: %s could not be read; that part of the skin keeps the built-in look\n", path);
+}
+
+} // namespace
+
 bool generate_skin_file(const char* path)
 {
     if (!path)
@@ -279,24 +312,46 @@ bool generate_skin_file(const char* path)
     DATABASE* database = new (std::nothrow) DATABASE;
     if (!database)
         return false;
-    bool ok = load_skin(database, "$APPDATA/vok");
+    const char* const tree = "$APPDATA/vok";
+    bool ok = load_skin(database, tree, print_unread, nullptr);
+    if (!ok) {
+        // Say where the tree was looked for, when the data folder itself is there.
+        FOLDER data;
+        if (data.set("$APPDATA"))
+            host_printf("ERROR: the skin tree %s (%s/vok) cannot be read: there is no such folder\n", tree, data.path());
+        else
+            host_printf("ERROR: the skin tree %s cannot be read: there is no data folder beside the program\n", tree);
+    }
 
     // The folder part goes through FOLDER; the name is what follows the last "/".
     const char* slash = strrchr(path, '/');
     char folder_text[ORLU_MAX_PATH];
-    snprintf(folder_text, sizeof folder_text, "%.*s", slash ? static_cast<int>(slash - path) : 0, path);
+    if (!format_text(folder_text, sizeof folder_text, "%.*s", slash ? static_cast<int>(slash - path) : 0, path))
+        ok = false;
     const char* name = slash ? slash + 1 : path;
     FOLDER folder;
+    bool folder_ok = true;
     if (folder_text[0] == '/')
-        ok = ok && folder.set_raw(folder_text);
+        folder_ok = folder.set_raw(folder_text);
     else if (folder_text[0])
-        ok = ok && folder.set(folder_text);
-    DATA_FILE* file = ok ? folder.open_data_file(name, FILE_WRITE, ORDER_MARKER_IN_FILE, false) : nullptr;
-    ok = file && write_skin(database, file);
+        folder_ok = folder.set(folder_text);
+    DATA_FILE* file = ok && folder_ok ? folder.open_data_file(name, FILE_WRITE, ORDER_MARKER_IN_FILE, false) : nullptr;
+    bool opened = file != nullptr;
+    bool written = opened && write_skin(database, file);
+    if (opened)
+        written = file->close() && written;
     FOLDER::close_data_file(&file);
     delete database;
-    debug_printf(&installer_debug, ok ? "Skin written to: %s\n" : "Skin not written: %s\n", path);
-    return ok;
+    if (ok && !written) {
+        host_printf("ERROR: the skin cannot be written to %s\n", folder_ok ? folder.path_text(name) : path);
+        // Half a skin reads as damage later: better none.
+        if (opened)
+            (void)folder.delete_file(name);
+    }
+    if (ok && written)
+        host_printf("Skin written to %s\n", folder.path_text(name));
+    debug_printf(&installer_debug, ok && written ? "Skin written to: %s\n" : "Skin not written: %s\n", path);
+    return ok && written;
 }
 
 void generate_skin(const char* path)

@@ -25,6 +25,10 @@ class DATABASE;
 // file that is missing, or a style file that does not read, leaves its items as they were; an
 // icon that does not load is left empty. False only when the root folder cannot be reached.
 [[nodiscard]] bool load_skin(DATABASE* database, const char* folder_text);
+// The same, telling `unread` the full path of every style file, icon or folder of the tree that
+// is not there or does not read.
+typedef void (*SKIN_UNREAD)(const char* path, void* context);
+[[nodiscard]] bool load_skin(DATABASE* database, const char* folder_text, SKIN_UNREAD unread, void* context);
 
 // The binary skin: the image cache, the fourteen style sets, the icons, the toolkit's four
 // styles, the dialog effect and the three rates. read_skin answers false at the first damaged
@@ -39,7 +43,9 @@ class DATABASE;
 [[nodiscard]] bool load_stamped_skin(DATABASE* database);
 
 // The -s tool: reads the tree "$APPDATA/vok" and writes it as a binary skin, with a byte-order
-// byte, to `path` ("$VARIABLE/.../name"). False when the file cannot be written.
+// byte, to `path` ("$VARIABLE/.../name"). It says on the console what it could not read and where
+// the skin went. False, writing nothing, when the tree's folder cannot be read or the file
+// cannot be written.
 bool generate_skin_file(const char* path);
 // The same for the option loop, which ends the run afterwards.
 void generate_skin(const char* path);

@@ -97,10 +97,14 @@ TEST_F(FONT_TEST, built_in_rows_accept_only_their_own_file)
     EXPECT_STREQ(font_record(5)->display_name, "Five");
     EXPECT_EQ(font_record(5)->grey_levels, 255);
 
-    EXPECT_STREQ(font_file_name(10), "BabelSans.ttf");
-    EXPECT_STREQ(font_display_name(13), "Shipper Snapper BRK");
-    EXPECT_STREQ(font_file_name(11), "Impressed Metal.ttf");
-    EXPECT_EQ(font_file_name(23), nullptr);
+    // Every row of the table names a file that the sample's font set carries: a misspelt name
+    // would leave that font out of every data set.
+    for (INT_S16 row = 0; row < BUILT_IN_FONT_COUNT; ++row) {
+        ASSERT_NE(font_file_name(row), nullptr) << row;
+        EXPECT_TRUE(samples_folder()->exists(font_file_name(row))) << font_file_name(row);
+        EXPECT_NE(font_display_name(row), nullptr) << row;
+    }
+    EXPECT_EQ(font_file_name(BUILT_IN_FONT_COUNT), nullptr);
     EXPECT_EQ(font_display_name(-1), nullptr);
 }
 

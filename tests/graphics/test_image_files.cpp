@@ -79,8 +79,9 @@ std::string png_header_only(INT_U32 width, INT_U32 height)
     return std::string("\x89PNG\r\n\x1a\n", 8) + png_chunk("IHDR", ihdr);
 }
 
-// A grey 8-bit PNG written by libpng itself, optionally marked sRGB.
-std::string grey_png(INT_U32 width, INT_U32 height, bool srgb)
+// A grey 8-bit PNG written by libpng itself, optionally marked sRGB, optionally with a gAMA
+// chunk of `gamma` (0: none). The pixel at x, y is x * 40 + y.
+std::string grey_png(INT_U32 width, INT_U32 height, bool srgb, double gamma = 0)
 {
     std::string out;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
@@ -95,6 +96,8 @@ std::string grey_png(INT_U32 width, INT_U32 height, bool srgb)
         PNG_FILTER_TYPE_DEFAULT);
     if (srgb)
         png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
+    if (gamma > 0)
+        png_set_gAMA(png, info, gamma);
     png_write_info(png, info);
     std::vector<png_byte> line(width);
     for (INT_U32 y = 0; y < height; ++y) {
@@ -168,6 +171,32 @@ TEST_F(IMAGE_FILES, grey_png_becomes_opaque_rgb_the_same_with_or_without_srgb)
     EXPECT_EQ(pixel.green(), 81);
     EXPECT_EQ(pixel.blue(), 81);
     EXPECT_EQ(pixel.alpha(), 255);
+}
+
+TEST_F(IMAGE_FILES, a_gamma_chunk_is_corrected_for_a_display_of_gamma_2_2)
+{
+    // A linear file (gamma 1.0) on a display of 2.2: v becomes 255 * (v / 255) ^ (1 / 2.2).
+    // By hand for the pixel 81 at (2, 1): 81 / 255 = 0.31765; ln = -1.14677; / 2.2 = -0.52126;
+    // e to that = 0.59380; times 255 = 151.4.
+    MEMORY_DEVICE linear(grey_png(5, 3, false, 1.0));
+    IMAGE image;
+    ASSERT_TRUE(image.load_png(&linear));
+    EXPECT_NEAR(image.at(2, 1).red(), 151, 1);
+    // 162 at (4, 2): 0.63529 ^ (1 / 2.2) = 0.81366, times 255 = 207.5.
+    EXPECT_NEAR(image.at(4, 2).red(), 207, 1);
+    EXPECT_EQ(image.at(0, 0).red(), 0);
+    EXPECT_EQ(image.at(2, 1).green(), image.at(2, 1).red());
+
+    // A file of gamma 0.25 is darkened: exponent 1 / (0.25 * 2.2) = 1.81818; for 81,
+    // e^(-1.14677 * 1.81818) = 0.12436, times 255 = 31.7.
+    MEMORY_DEVICE dark(grey_png(5, 3, false, 0.25));
+    ASSERT_TRUE(image.load_png(&dark));
+    EXPECT_NEAR(image.at(2, 1).red(), 32, 1);
+
+    // The gamma of sRGB, written as a chunk, changes nothing.
+    MEMORY_DEVICE srgb_gamma(grey_png(5, 3, false, 0.45455));
+    ASSERT_TRUE(image.load_png(&srgb_gamma));
+    EXPECT_EQ(image.at(2, 1).red(), 81);
 }
 
 TEST_F(IMAGE_FILES, jpeg_round_trip_is_close_opaque_and_resamples_while_reading)

@@ -29,7 +29,17 @@ std::string usage_of(const std::string& program)
           "\t-i folder\t- Install into this folder (default: the install type's own)\n"
           "\t-t type\t\t- Install type, by number from 1 or by name (default: the first)\n"
           "\t-u yes|no\t- Use system paths where the install type allows them (default: no)\n"
-          "\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n\n";
+          "\t-k which\t- Shortcuts to make: all, none, desktop or menu (default: all)\n"
+          "\t-g language\t- Language, by number from 1 or by name (default: the installer's own)\n"
+          "\t-y\t\t- I accept the licence (needed when the installer has one; see -r)\n"
+          "\t-q\t\t- Quiet: print errors only\n\n"
+          "Without installing:\n"
+          "\t-c\t\t- Check the installer's integrity (exit status 0: whole, 2: damaged)\n"
+          "\t-l\t\t- List the install types and their files with sizes and destinations\n"
+          "\t-e folder\t- Extract the files of an install type (-t) into a folder; no log, no shortcuts\n"
+          "\t-r\t\t- Show the licence (in the language of -g)\n\n"
+          "-i, -u, -k and -y go with -a only; -t with -a, -e or -l; -g with -a, -l or -r; -q with -a or -e.\n"
+          "The wizard asks for these itself.\n\n";
 }
 
 std::string framework_usage_of(const std::string& program)
@@ -92,6 +102,62 @@ TEST(INSTALLER_COMMAND_LINE, help_and_anything_unknown_print_the_usage_and_exit_
         RUN_RESULT run = run_installer({ option });
         EXPECT_EQ(run.output, usage_of(installer_path())) << option;
         EXPECT_EQ(run.status, EARLY_EXIT) << option;
+    }
+}
+
+TEST(INSTALLER_COMMAND_LINE, long_options_and_stray_words_print_the_usage_instead_of_dropping_what_follows)
+{
+    // Before, "--help" ended the scan: this ran an install into the default folder with every
+    // shortcut.
+    const std::vector<std::vector<std::string>> lines = {
+        { "-a", "--help", "-k", "none", "-i", "/nonexistent/dir" },
+        { "--verbose" },
+        { "-a", "stray", "-k", "none" },
+        { "-a", "-k", "none", "--" },
+        { "-a", "-k", "none", "trailing" },
+    };
+    for (const std::vector<std::string>& line : lines) {
+        RUN_RESULT run = run_installer(line);
+        EXPECT_EQ(run.output, usage_of(installer_path())) << line[1];
+        EXPECT_EQ(run.status, EARLY_EXIT) << line[1];
+    }
+}
+
+TEST(INSTALLER_COMMAND_LINE, options_of_a_run_without_their_mode_and_two_modes_are_refused)
+{
+    const struct {
+        std::vector<std::string> line;
+        std::string message;
+    } cases[] = {
+        { { "-i", "/x" }, "-i goes with -a" },
+        { { "-u", "yes" }, "-u goes with -a" },
+        { { "-k", "none" }, "-k goes with -a" },
+        { { "-y" }, "-y goes with -a" },
+        { { "-t", "1" }, "-t goes with -a, -e or -l" },
+        { { "-r", "-t", "1" }, "-t goes with -a, -e or -l" },
+        { { "-g", "de" }, "-g goes with -a, -l or -r" },
+        { { "-e", "out", "-k", "none" }, "-k goes with -a" },
+        { { "-l", "-q" }, "-q goes with -a or -e" },
+        { { "-a", "-c" }, "-a and -c cannot be given together" },
+        { { "-l", "-e", "out" }, "-l and -e cannot be given together" },
+    };
+    for (const auto& test : cases) {
+        RUN_RESULT run = run_installer(test.line);
+        EXPECT_EQ(run.output, test.message + "\n\n" + usage_of(installer_path())) << test.message;
+        EXPECT_EQ(run.status, EARLY_EXIT) << test.message;
+    }
+}
+
+TEST(INSTALLER_COMMAND_LINE, the_tools_without_a_data_set_say_so)
+{
+    // The program as built carries no data set.
+    RUN_RESULT run = run_installer({ "-c" });
+    EXPECT_EQ(run.output, "ERROR: this program carries no installation data\n");
+    EXPECT_EQ(run.status, 2);
+    for (const char* mode : { "-l", "-r" }) {
+        run = run_installer({ mode });
+        EXPECT_EQ(run.output, "ERROR: unable to load data\n") << mode;
+        EXPECT_EQ(run.status, 1) << mode;
     }
 }
 

@@ -9,9 +9,11 @@
 #include <unistd.h>
 #include <utime.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "io/stamp.h"
 #include "test_support.h"
 
 namespace {
@@ -59,11 +61,13 @@ protected:
         installer = temp.file(std::string("setup-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
     }
 
-    std::string configuration(const std::string& files) const
+    // `extra` goes into the root element (a PATCH, say), `english` into the English language.
+    std::string configuration(const std::string& files, const std::string& extra = "", const std::string& english = "") const
     {
         return "<INSTALLER default_language_name=\"en\" installation_id=\"4242\">\n"
                "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"fixture\"/>\n"
                "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
+            + extra +
                "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/fixture\">\n"
             + files
             + "\t\t<SHORTCUT type=\"application\" exec=\"tool\" name=\"Fixture Tool\" menu_path=\"\" platform=\"linux\" arguments=\"--go\" exec_path=\"$HERE/bin\"/>\n"
@@ -72,7 +76,11 @@ protected:
               "\t<INSTALLATION name=\"second\" allow_system_paths=\"no\" default_path=\"$ROOT0/fixture2\">\n"
               "\t\t<FILE src_name=\"notes.txt\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE\"/>\n"
               "\t</INSTALLATION>\n"
-              "\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n\t</LANGUAGE>\n"
+              "\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n"
+            + english
+            + "\t</LANGUAGE>\n"
+              "\t<LANGUAGE name=\"de\">\n\t\t<LANGUAGE_TITLE string=\"Deutsch\"/>\n"
+              "\t\t<INSTALLATION name=\"second\" string=\"Zweite Größe\"/>\n\t</LANGUAGE>\n"
               "</INSTALLER>\n";
     }
 
@@ -85,9 +93,9 @@ protected:
                "\t\t<FILE platform=\"windows\" src_name=\"tool\" dest_name=\"tool.exe\" src_path_from_xml=\"payload\" dest_path_from_inst_loc=\"$HERE/bin\"/>\n";
     }
 
-    void pack(const std::string& files)
+    void pack(const std::string& files, const std::string& extra = "", const std::string& english = "")
     {
-        ASSERT_TRUE(write_file(source + "/installer.xml", configuration(files)));
+        ASSERT_TRUE(write_file(source + "/installer.xml", configuration(files, extra, english)));
         RUN_RESULT run = run_program(packer_path(),
             { "build", source + "/installer.xml", "-o", installer, "--client", installer_path(), "--quiet" },
             { "SOURCE_DATE_EPOCH=1700000000" });
@@ -98,9 +106,16 @@ protected:
     {
         std::vector<std::string> all = { "-a", "-i", target };
         all.insert(all.end(), arguments.begin(), arguments.end());
-        return run_program(installer, all,
+        return run_with(all);
+    }
+
+    // The finished installer with exactly these arguments, in `folder` when given.
+    RUN_RESULT run_with(const std::vector<std::string>& arguments, const std::string& folder = "")
+    {
+        return run_program(installer, arguments,
             { "HOME=" + home, "XDG_UTILS_INSTALL_MODE=user", "DISPLAY=", "XDG_DATA_HOME=" + home + "/.local/share",
-                "XDG_CONFIG_HOME=" + home + "/.config" });
+                "XDG_CONFIG_HOME=" + home + "/.config" },
+            folder);
     }
 
     std::string log() { return read_file(target + "/install_log.txt"); }
@@ -143,7 +158,7 @@ TEST_F(UNATTENDED, installs_every_file_the_log_and_the_shortcuts)
         "Exec=\"" + target + "/bin/tool\" --go\nIcon=\n");
     // Registered with the desktop's menu tool in the user's own menus.
     std::string entry = read_file(home + "/.local/share/applications/orlu-local.Fixtures_Fixture_Tool.desktop");
-    EXPECT_NE(entry.find("Exec=\"" + target + "/bin/tool\" "), std::string::npos) << entry;
+    EXPECT_EQ(entry, "[Desktop Entry]\nValue=1.0\nType=Application\nName=Fixture Tool\nExec=\"" + target + "/bin/tool\"\nIcon=exec\n");
 
     EXPECT_NE(run.output.find("Installed " + target + "/bin/tool\n"), std::string::npos);
     EXPECT_NE(run.output.find("4 installed, 0 skipped, 0 failed\nDone\n"), std::string::npos) << run.output;
@@ -182,7 +197,9 @@ TEST_F(UNATTENDED, a_file_that_cannot_be_placed_is_counted_and_the_run_goes_on)
     write_file(target + "/data", "in the way");
     RUN_RESULT run = install();
     EXPECT_NE(run.status, 0);
-    EXPECT_NE(run.output.find("FAILED " + target + "/data/data.bin\n"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("FAILED " + target + "/data/data.bin: its folder cannot be made: Not a directory\n"),
+        std::string::npos)
+        << run.output;
     EXPECT_NE(run.output.find("3 installed, 0 skipped, 1 failed\n"), std::string::npos) << run.output;
     EXPECT_EQ(read_file(target + "/docs/notes.txt"), "new notes\n");
     EXPECT_NE(log().find("\"" + target + "/data/data.bin\" failed to unpack (main0002)\n"), std::string::npos) << log();
@@ -284,4 +301,259 @@ TEST_F(UNATTENDED, an_interrupted_run_leaves_no_temporary_package)
     // Whether it stopped half-way or had just finished, the package is gone.
     std::string listing = run_program("/usr/bin/find", { home + "/tmp", "-name", "installer.pkg" }).output;
     EXPECT_EQ(listing, "");
+}
+
+TEST_F(UNATTENDED, relative_and_dotted_install_folders_are_taken_as_a_shell_would)
+{
+    pack(standard_files());
+    // Relative to the working folder, with "." and ".." elements.
+    RUN_RESULT out = run_with({ "-a", "-k", "none", "-i", "./rel/./a/../b" }, temp.path());
+    ASSERT_EQ(out.status, 0) << out.output;
+    EXPECT_EQ(read_file(temp.file("rel/b/docs/notes.txt")), "new notes\n");
+    EXPECT_FALSE(exists(temp.file("rel/a")));
+    EXPECT_NE(read_file(temp.file("rel/b/install_log.txt")).find("Settings: 4242 0 $ROOT1" + temp.path() + "/rel/b\n"),
+        std::string::npos);
+    // An absolute path with the same kind of elements.
+    out = run_with({ "-a", "-k", "none", "-i", target + "/./x/../y" });
+    ASSERT_EQ(out.status, 0) << out.output;
+    EXPECT_EQ(read_file(target + "/y/bin/tool"), TOOL_BYTES);
+    EXPECT_FALSE(exists(target + "/x"));
+}
+
+TEST_F(UNATTENDED, an_unknown_install_type_or_language_lists_the_ones_there_are)
+{
+    pack(standard_files());
+    RUN_RESULT out = install({ "-t", "7" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: there is no install type \"7\"\nThe install types are:\n  1  main\n  2  second\n"),
+        std::string::npos)
+        << out.output;
+    // In German the second type has a name of its own, which is shown beside the type's name.
+    out = install({ "-g", "de", "-t", "full" });
+    // The data set's Latin-1 name reaches the console in UTF-8.
+    EXPECT_NE(out.output.find("ERROR: there is no install type \"full\"\nThe install types are:\n  1  main\n  2  second (Zweite Größe)\n"),
+        std::string::npos)
+        << out.output;
+    out = install({ "-g", "fr" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: there is no language \"fr\"; the languages are:\n  1  en (English)\n  2  de (Deutsch)\n"),
+        std::string::npos)
+        << out.output;
+    EXPECT_FALSE(exists(target));
+}
+
+TEST_F(UNATTENDED, the_language_is_chosen_by_number_name_or_title)
+{
+    pack(standard_files());
+    // The type's German name works once German is chosen.
+    // The name as the command line gives it, in UTF-8, matches the data set's Latin-1 text.
+    RUN_RESULT out = install({ "-g", "2", "-t", "zweite größe", "-k", "none" });
+    ASSERT_EQ(out.status, 0) << out.output;
+    EXPECT_NE(log().find("Language: Deutsch\n"), std::string::npos) << log();
+    EXPECT_EQ(read_file(target + "/notes.txt"), "new notes\n");
+    ASSERT_EQ(install({ "-g", "English", "-k", "none" }).status, 0);
+    EXPECT_NE(log().find("Language: English\n"), std::string::npos) << log();
+}
+
+TEST_F(UNATTENDED, a_licence_must_be_accepted_and_can_be_read_first)
+{
+    ASSERT_TRUE(write_file(source + "/licence.txt", "Use it kindly.\n"));
+    pack(standard_files(), "", "\t\t<LICENCE path=\"\" filename=\"licence.txt\"/>\n");
+    RUN_RESULT out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: this installer comes with a licence, and installs only when you accept it.\n"
+                              "Read it with -r, then run the install again with -y to accept it.\n"),
+        std::string::npos)
+        << out.output;
+    EXPECT_FALSE(exists(target));
+
+    out = run_with({ "-r" });
+    EXPECT_EQ(out.status, 0);
+    EXPECT_EQ(out.output, "Use it kindly.\n");
+    // The German texts have no licence, so a German run needs no -y.
+    out = run_with({ "-r", "-g", "de" });
+    EXPECT_EQ(out.output, "This installer comes with no licence.\n");
+
+    out = install({ "-k", "none", "-y" });
+    EXPECT_EQ(out.status, 0) << out.output;
+    EXPECT_EQ(read_file(target + "/bin/tool"), TOOL_BYTES);
+}
+
+TEST_F(UNATTENDED, a_quiet_run_prints_errors_only)
+{
+    pack(standard_files());
+    RUN_RESULT out = install({ "-q", "-k", "none" });
+    EXPECT_EQ(out.status, 0);
+    EXPECT_EQ(out.output, "");
+    EXPECT_EQ(read_file(target + "/bin/tool"), TOOL_BYTES);
+
+    target = temp.file("blocked");
+    mkdir(target.c_str(), 0755);
+    ASSERT_TRUE(write_file(target + "/data", "in the way"));
+    out = install({ "-q", "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_EQ(out.output, "FAILED " + target + "/data/data.bin: its folder cannot be made: Not a directory\n");
+}
+
+TEST_F(UNATTENDED, check_tells_a_whole_installer_from_a_damaged_one)
+{
+    pack(standard_files());
+    RUN_RESULT out = run_with({ "-c" });
+    EXPECT_EQ(out.status, 0);
+    EXPECT_EQ(out.output, "The installer is whole: its installation data has the recorded length and checksum.\n");
+    std::string bytes = read_file(installer);
+    bytes[bytes.size() - 10] ^= 0x01;
+    ASSERT_TRUE(write_file(installer, bytes));
+    out = run_with({ "-c" });
+    EXPECT_EQ(out.status, 2);
+    EXPECT_EQ(out.output, "ERROR: The installer file is damaged\n"
+                          "It is shorter than it should be or its contents changed; download or copy it again.\n");
+    EXPECT_FALSE(exists(target));
+}
+
+namespace {
+
+// One line of the listing: the size right-aligned in twelve columns, then the destination.
+std::string listed(const std::string& size, const std::string& destination)
+{
+    return "  " + std::string(12 - size.size(), ' ') + size + "  " + destination + "\n";
+}
+
+} // namespace
+
+TEST_F(UNATTENDED, list_shows_each_install_type_with_the_files_this_machine_gets)
+{
+    pack(standard_files());
+    RUN_RESULT out = run_with({ "-l" });
+    EXPECT_EQ(out.status, 0);
+    // The Windows file is not listed; the sizes are those of the payload.
+    EXPECT_EQ(out.output,
+        "Install type 1: main, into $ROOT0/fixture\n" + listed("20", "$HERE/bin/tool")
+            + listed("70000", "$HERE/data/data.bin") + listed("10", "$HERE/docs/notes.txt")
+            + listed("14", "$HERE/etc/config.ini") + "  4 files, 70044 bytes\n"
+            + "Install type 2: second, into $ROOT0/fixture2\n" + listed("10", "$HERE/notes.txt")
+            + "  1 file, 10 bytes\n");
+    out = run_with({ "-l", "-g", "de", "-t", "2" });
+    EXPECT_EQ(out.output, "Install type 2: second (Zweite Größe), into $ROOT0/fixture2\n" + listed("10", "$HERE/notes.txt")
+            + "  1 file, 10 bytes\n");
+}
+
+TEST_F(UNATTENDED, extract_writes_an_install_types_files_and_nothing_else)
+{
+    pack(standard_files());
+    std::string folder = temp.file("extracted");
+    RUN_RESULT out = run_with({ "-e", folder, "-t", "1" });
+    EXPECT_EQ(out.status, 0) << out.output;
+    EXPECT_EQ(read_file(folder + "/bin/tool"), TOOL_BYTES);
+    EXPECT_EQ(read_file(folder + "/data/data.bin"), binary_bytes(70000));
+    EXPECT_EQ(read_file(folder + "/docs/notes.txt"), "new notes\n");
+    EXPECT_EQ(read_file(folder + "/etc/config.ini"), "packed config\n");
+    EXPECT_EQ(mode_of(folder + "/bin/tool"), 0755u);
+    EXPECT_FALSE(exists(folder + "/bin/tool.exe"));
+    EXPECT_FALSE(exists(folder + "/install_log.txt"));
+    EXPECT_FALSE(exists(home + "/Desktop/Fixture_Tool.desktop"));
+    EXPECT_FALSE(exists(home + "/.local/share/applications/orlu-local.Fixtures_Fixture_Tool.desktop"));
+    EXPECT_NE(out.output.find("Extracted " + folder + "/bin/tool\n"), std::string::npos) << out.output;
+    EXPECT_NE(out.output.find("4 extracted, 0 failed\n"), std::string::npos) << out.output;
+    out = run_with({ "-e", folder + "/quiet", "-q" });
+    EXPECT_EQ(out.status, 0);
+    EXPECT_EQ(out.output, "");
+    EXPECT_EQ(read_file(folder + "/quiet/bin/tool"), TOOL_BYTES);
+
+    // A file where a folder should go: that file fails with the reason, the others are written.
+    mkdir((folder + "/blocked").c_str(), 0755);
+    ASSERT_TRUE(write_file(folder + "/blocked/bin", "in the way"));
+    out = run_with({ "-e", folder + "/blocked", "-q" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_EQ(out.output, "FAILED " + folder + "/blocked/bin/tool: its folder cannot be made: Not a directory\n");
+    EXPECT_EQ(read_file(folder + "/blocked/etc/config.ini"), "packed config\n");
+}
+
+TEST_F(UNATTENDED, a_patch_installs_only_over_the_installation_it_patches)
+{
+    pack(standard_files(), "\t<PATCH dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\" do_check=\"yes\"/>\n");
+    RUN_RESULT out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: this is a patch for an installation of \"fixture\" in " + target
+                  + ", and none was found there:\nthe folder " + target
+                  + " does not exist. Give the installation's folder with -i.\n"),
+        std::string::npos)
+        << out.output;
+    EXPECT_FALSE(exists(target));
+
+    mkdir(target.c_str(), 0755);
+    out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("and none was found there:\nthere is no install log at " + target + "/install_log.txt. "),
+        std::string::npos)
+        << out.output;
+    EXPECT_FALSE(exists(target + "/bin"));
+
+    // The log of the installation it patches.
+    ASSERT_TRUE(write_file(target + "/install_log.txt", "Installed Files\n---------------\n\nLanguage: English\n"
+                                                       "Settings: 4242 0 $ROOT1" + target + "\n\n"));
+    out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 0) << out.output;
+    EXPECT_EQ(read_file(target + "/bin/tool"), TOOL_BYTES);
+}
+
+TEST_F(UNATTENDED, damaged_chunks_of_an_installer_without_a_check_are_damage_not_a_full_disk)
+{
+    pack(standard_files());
+    std::string bytes = read_file(installer);
+    // An installer from a packer that wrote no check field: only the chunks can show damage.
+    size_t at = 0;
+    ASSERT_TRUE(find_stamp_in(reinterpret_cast<const INT_U8*>(bytes.data()), bytes.size(), &at));
+    STAMP_RECORD record;
+    stamp_record_from_bytes(reinterpret_cast<const INT_U8*>(bytes.data()) + at, &record);
+    memset(record.check, 0, sizeof record.check);
+    stamp_record_to_bytes(record, reinterpret_cast<INT_U8*>(&bytes[at]));
+    for (int variant = 0; variant < 2; ++variant) {
+        std::string damaged = bytes;
+        if (variant == 0)
+            damaged[damaged.size() - 100] ^= 0x55;
+        else
+            damaged.resize(damaged.size() - 300);
+        ASSERT_TRUE(write_file(installer, damaged));
+        RUN_RESULT out = install({ "-k", "none" });
+        EXPECT_EQ(out.status, 2) << variant << out.output;
+        EXPECT_NE(out.output.find("ERROR: The installer file is damaged\n"), std::string::npos) << out.output;
+        EXPECT_EQ(out.output.find("temporary folder"), std::string::npos) << out.output;
+        EXPECT_FALSE(exists(target)) << variant;
+    }
+}
+
+TEST_F(UNATTENDED, a_shortcut_that_cannot_be_made_fails_the_run)
+{
+    pack(standard_files());
+    rmdir((home + "/Desktop").c_str());
+    RUN_RESULT out = install({ "-k", "desktop" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("FAILED shortcut \"Fixture Tool\": " + home
+                  + "/Desktop/Fixture_Tool.desktop: No such file or directory\n"),
+        std::string::npos)
+        << out.output;
+    EXPECT_NE(out.output.find("4 installed, 0 skipped, 0 failed\n1 shortcut could not be made\nDone\n"), std::string::npos)
+        << out.output;
+    EXPECT_NE(log().find("Shortcut \"Fixture Tool\" could not be made: "), std::string::npos) << log();
+    EXPECT_NE(log().find("Installation completed with 1 errors.\n"), std::string::npos) << log();
+
+    // The desktop folder of the user's directory settings, under its own name, is used.
+    mkdir((home + "/.config").c_str(), 0755);
+    mkdir((home + "/Bureau").c_str(), 0755);
+    ASSERT_TRUE(write_file(home + "/.config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n"));
+    out = install({ "-k", "desktop" });
+    EXPECT_EQ(out.status, 0) << out.output;
+    EXPECT_NE(read_file(home + "/Bureau/Fixture_Tool.desktop").find("Name=Fixture Tool\n"), std::string::npos);
+}
+
+TEST_F(UNATTENDED, an_install_folder_that_cannot_be_made_is_named_with_the_reason)
+{
+    pack(standard_files());
+    ASSERT_TRUE(write_file(temp.file("plain"), "x"));
+    target = temp.file("plain") + "/inside";
+    RUN_RESULT out = install({ "-k", "none" });
+    EXPECT_EQ(out.status, 1);
+    EXPECT_NE(out.output.find("ERROR: the folder " + target + " cannot be made: Not a directory\n"), std::string::npos)
+        << out.output;
 }

@@ -2,11 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "base/error_report.h"
+#include "host/host.h"
 #include "io/folder.h"
 #include "io/package.h"
 #include "test_support.h"
@@ -269,11 +276,265 @@ TEST_F(PACKAGE_FILE, damaged_packages_fail_cleanly)
     memcpy(&name[1 + 54], &big, 4);
     write("name.pkg", name);
     EXPECT_FALSE(PACKAGE(folder, "name.pkg", false, 0, true, true).is_open());
-    // Cut short anywhere: never a crash.
+    // Cut short anywhere: the last block is the end of the file, so the member can never come out
+    // whole, and every refusal is a read or format error.
     for (size_t size = 0; size < good.size(); size += 97) {
         write("cut.pkg", good.substr(0, size));
+        set_last_error(ERROR_NONE, nullptr);
         PACKAGE package(folder, "cut.pkg", false, 0, false, true);
-        if (package.is_open())
-            package.extract_file(folder, "out.bin", "data");
+        if (package.is_open()) {
+            EXPECT_FALSE(package.extract_file(folder, "out.bin", "data")) << size;
+        }
+        EXPECT_TRUE(last_error_code() == ERROR_READ || last_error_code() == ERROR_NOT_A_PACKAGE
+            || last_error_code() == ERROR_MEMBER_NOT_FOUND)
+            << size << ": " << last_error_text();
     }
+}
+
+TEST_F(PACKAGE_FILE, a_damaged_entry_list_is_not_taken_for_a_missing_member)
+{
+    write("a.bin", "first");
+    write("b.bin", "second");
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "a.bin", "a"));
+        ASSERT_TRUE(package.add_file(folder, "b.bin", "b"));
+        ASSERT_TRUE(package.close());
+    }
+    // The first entry ("a") lies behind the root record, at logical 54: its next_entry is the
+    // third number behind its one-letter name. Point it past the end of the file.
+    std::string bytes = read_file(path("p.pkg"));
+    INT_U32 far = 0x00FFFFFF;
+    memcpy(&bytes[1 + 54 + 4 + 1 + 8], &far, 4);
+    write("p.pkg", bytes);
+
+    PACKAGE package(folder, "p.pkg", false, 0, false, false);
+    ASSERT_TRUE(package.is_open());
+    EXPECT_TRUE(package.has_member("a"));
+    EXPECT_FALSE(package.has_member("b"));
+    EXPECT_EQ(last_error_code(), ERROR_READ);
+    // Adding "b" again must not append a second entry of that name behind the damage.
+    EXPECT_FALSE(package.add_file(folder, "b.bin", "b"));
+    EXPECT_EQ(last_error_code(), ERROR_READ);
+    EXPECT_EQ(package.open_member_data("b", FILE_WRITE, 0), nullptr);
+    EXPECT_TRUE(package.close());
+    EXPECT_EQ(read_file(path("p.pkg")), bytes);
+}
+
+TEST_F(PACKAGE_FILE, a_source_that_cannot_be_read_ends_the_copy)
+{
+    // A folder opens as a stream whose reads fail; on file systems that report a size for it the
+    // copy would otherwise allocate blocks until the disk is full.
+    mkdir(path("folder").c_str(), 0755);
+    FILE* probe = fopen(path("folder").c_str(), "rb");
+    ASSERT_NE(probe, nullptr);
+    bool sized = fseek(probe, 0, SEEK_END) == 0 && ftell(probe) > 0;
+    fclose(probe);
+    if (!sized)
+        GTEST_SKIP() << "this file system gives folders no size";
+    std::string package_path = path("p.pkg");
+    FOLDER here = folder;
+    RUN_RESULT run = run_in_child([&] {
+        // A guard for the fault: a runaway copy stops at 1 MiB instead of filling the disk.
+        struct rlimit limit = { 1 << 20, 1 << 20 };
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+        PACKAGE package(here, "p.pkg", true, 1024, false, false);
+        bool added = package.add_file(here, "folder", "f");
+        printf("%s %u %s", added ? "added" : "refused", last_error_code(), package.has_member("f") ? "member" : "none");
+    });
+    EXPECT_EQ(run.output, "refused 4103 member");
+    EXPECT_LT(read_file(package_path).size(), 4096u);
+}
+
+TEST_F(PACKAGE_FILE, a_member_name_too_long_to_put_back_is_refused_for_writing)
+{
+    PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+    std::string name(300, 'n');
+    EXPECT_EQ(package.open_member_data(name.c_str(), FILE_WRITE, 0), nullptr);
+    EXPECT_EQ(last_error_code(), ERROR_CREATE);
+    EXPECT_EQ(package.open_member_text(name.c_str(), FILE_WRITE, false), nullptr);
+    EXPECT_FALSE(package.has_member(name.substr(0, 255).c_str()));
+    // 255 bytes still fit.
+    PACKAGE_DATA_FILE* fits = package.open_member_data(name.substr(0, 255).c_str(), FILE_WRITE, 0);
+    ASSERT_NE(fits, nullptr);
+    EXPECT_TRUE(device_write_bytes(fits, "x", 1));
+    EXPECT_TRUE(PACKAGE::close_member_data(&fits));
+    EXPECT_TRUE(package.has_member(name.substr(0, 255).c_str()));
+}
+
+TEST_F(PACKAGE_FILE, a_member_that_cannot_be_put_back_keeps_its_bytes_and_says_where)
+{
+    write("old.bin", "old");
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "old.bin", "m"));
+    }
+    FOLDER here = folder;
+    RUN_RESULT run = run_in_child([&] {
+        // The member's temporary file may not grow past 64 KiB: its last bytes never arrive.
+        PACKAGE package(here, "p.pkg", false, 0, false, false);
+        PACKAGE_DATA_FILE* member = package.open_member_data("m", FILE_WRITE, 0);
+        if (!member)
+            return;
+        struct rlimit limit = { 1 << 16, 1 << 16 };
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+        std::string big(200000, 'b');
+        (void)device_write_bytes(member, big.data(), static_cast<INT_S32>(big.size()));
+        bool back = PACKAGE::close_member_data(&member);
+        printf("%s|%s", back ? "put back" : "not put back", last_error_text());
+    });
+    EXPECT_EQ(run.output.substr(0, 13), "not put back|") << run.output;
+    size_t kept = run.output.find("kept in ");
+    ASSERT_NE(kept, std::string::npos) << run.output;
+    std::string kept_path = run.output.substr(kept + 8, run.output.find(')', kept) - kept - 8);
+    EXPECT_EQ(read_file(kept_path).size(), 65536u) << kept_path;
+    unlink(kept_path.c_str());
+    // The member is as it was.
+    PACKAGE package(folder, "p.pkg", false, 0, false, true);
+    ASSERT_TRUE(package.extract_file(folder, "out.bin", "m"));
+    EXPECT_EQ(read_file(path("out.bin")), "old");
+
+    // The same when the package is gone before the member is closed: the bytes stay.
+    PACKAGE writable(folder, "p.pkg", false, 0, false, false);
+    PACKAGE_DATA_FILE* member = writable.open_member_data("m", FILE_WRITE, 0);
+    ASSERT_NE(member, nullptr);
+    EXPECT_TRUE(device_write_bytes(member, "new", 3));
+    EXPECT_TRUE(writable.close());
+    EXPECT_FALSE(PACKAGE::close_member_data(&member));
+    std::string text = last_error_text();
+    kept = text.find("kept in ");
+    ASSERT_NE(kept, std::string::npos) << text;
+    kept_path = text.substr(kept + 8, text.find(')', kept) - kept - 8);
+    EXPECT_EQ(read_file(kept_path), "new");
+    unlink(kept_path.c_str());
+}
+
+TEST_F(PACKAGE_FILE, closing_reports_the_write_that_did_not_arrive)
+{
+    write("data.bin", pattern(30000, 4));
+    FOLDER here = folder;
+    RUN_RESULT run = run_in_child([&] {
+        // The blocks wait in the device's cache; the file may not grow past 8 KiB, so they fail
+        // only when the package is closed.
+        struct rlimit limit = { 8192, 8192 };
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+        PACKAGE package(here, "p.pkg", true, 1024, true, false);
+        bool added = package.add_file(here, "data.bin", "data");
+        bool closed = package.close();
+        printf("%s %s %u", added ? "added" : "refused", closed ? "closed" : "not closed", last_error_code());
+    });
+    EXPECT_EQ(run.output, "added not closed 4104");
+}
+
+namespace {
+
+// The byte offset in the file of a logical position (behind the byte-order byte).
+size_t at_logical(INT_U32 position) { return 1 + static_cast<size_t>(position); }
+
+struct COUNTING_SINK {
+    INT_U64 bytes { 0 };
+};
+
+bool count_bytes(const void*, INT_U32 size, void* context)
+{
+    static_cast<COUNTING_SINK*>(context)->bytes += size;
+    return true;
+}
+
+} // namespace
+
+TEST_F(PACKAGE_FILE, an_entry_list_that_turns_back_is_refused_at_the_turn)
+{
+    write("a.bin", pattern(200000, 1));
+    write("b.bin", pattern(10, 2));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "a.bin", "a"));
+        ASSERT_TRUE(package.add_file(folder, "b.bin", "b"));
+    }
+    std::string bytes = read_file(path("p.pkg"));
+    // Entry "a" lies at 54 (its next_entry at 54 + 4 + 1 + 8); "b" lies behind a's blocks. "b"
+    // is made to point back at "a": a loop whose every turn crosses the whole file.
+    INT_U32 b_position = u32_at(bytes, at_logical(67));
+    ASSERT_GT(b_position, 200000u);
+    INT_U32 a_position = 54;
+    memcpy(&bytes[at_logical(b_position + 4 + 1 + 8)], &a_position, 4);
+    write("loop.pkg", bytes);
+
+    PACKAGE plain(folder, "loop.pkg", false, 0, false, true);
+    ASSERT_TRUE(plain.is_open());
+    EXPECT_TRUE(plain.has_member("b"));
+    EXPECT_FALSE(plain.has_member("missing"));
+    std::vector<std::string> names;
+    EXPECT_FALSE(plain.list_members(record_member, &names));
+    EXPECT_EQ(last_error_code(), ERROR_READ);
+    EXPECT_EQ(names, (std::vector<std::string> { "a:200000", "b:10" }));
+    // With a cached index the package does not open at all.
+    EXPECT_FALSE(PACKAGE(folder, "loop.pkg", false, 0, true, true).is_open());
+
+    // An entry that points at itself, or into its own record, is a turn back too.
+    std::string self = read_file(path("p.pkg"));
+    INT_U32 into_itself = 54 + 10;
+    memcpy(&self[at_logical(67)], &into_itself, 4);
+    write("self.pkg", self);
+    EXPECT_FALSE(PACKAGE(folder, "self.pkg", false, 0, true, true).is_open());
+}
+
+TEST_F(PACKAGE_FILE, a_cyclic_chain_is_found_within_twice_its_length)
+{
+    const size_t size = 400 * 1024;
+    write("data.bin", pattern(size, 3));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    }
+    std::string good = read_file(path("p.pkg"));
+    INT_U32 first = u32_at(good, at_logical(54 + 4 + 4));
+    INT_U32 last = u32_at(good, at_logical(54 + 4 + 4 + 4));
+    ASSERT_NE(first, last);
+
+    // The last block leads back to the first: a loop as long as the member, with no lead-in; and
+    // one that comes back to a block in the middle, after a lead-in.
+    for (INT_U32 back_to : { first, first + (last - first) / 2 / 1032 * 1032 }) {
+        std::string loop = good;
+        memcpy(&loop[at_logical(last)], &back_to, 4);
+        write("loop.pkg", loop);
+        PACKAGE package(folder, "loop.pkg", false, 0, false, true);
+        ASSERT_TRUE(package.is_open());
+        COUNTING_SINK sink;
+        EXPECT_FALSE(package.read_member("data", count_bytes, &sink));
+        EXPECT_EQ(last_error_code(), ERROR_READ);
+        EXPECT_STREQ(last_error_text(), "Error: Unable to read from file member chain loops.");
+        EXPECT_GE(sink.bytes, size);
+        EXPECT_LE(sink.bytes, 2 * size + 1024);
+        INT_U64 length = 0;
+        EXPECT_FALSE(package.member_size("data", &length));
+    }
+
+    // The sound package reads whole, and the sink can stop it.
+    PACKAGE package(folder, "p.pkg", false, 0, false, true);
+    COUNTING_SINK sink;
+    EXPECT_TRUE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, size);
+    EXPECT_FALSE(package.read_member("data", [](const void*, INT_U32, void*) { return false; }, nullptr));
+    EXPECT_FALSE(package.read_member("missing", count_bytes, &sink));
+    EXPECT_EQ(last_error_code(), ERROR_MEMBER_NOT_FOUND);
+}
+
+TEST_F(PACKAGE_FILE, a_requested_stop_ends_reading_and_adding)
+{
+    write("data.bin", pattern(50000, 4));
+    PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+    ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    host_request_stop(2);
+    COUNTING_SINK sink;
+    EXPECT_FALSE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, 0u);
+    EXPECT_FALSE(package.add_file(folder, "data.bin", "again"));
+    host_clear_stop();
+    EXPECT_TRUE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, 50000u);
 }

@@ -283,7 +283,20 @@ TEST(PACKER_BUILD, bad_configurations_stop_the_build_with_file_line_and_reason)
     };
     const std::string long_name(1024, 'n');
     const CASE cases[] = {
-        { "<INSTALLER>\n<WINDOW width=\"1\">\n</INSTALLER>\n", "installer.xml:3: XML error: mismatched tag" },
+        // expat notices the fault at the closing tag; the element left open is named with its line.
+        { "<INSTALLER>\n<WINDOW width=\"1\">\n</INSTALLER>\n",
+            "installer.xml:3: XML error: mismatched tag; <WINDOW> begun on line 2 is open" },
+        { config("", "src_name=\"a.txt\" dest_path_from_inst_loc=\"$INSTDIR/bin\""),
+            "installer.xml:3: 'dest_path_from_inst_loc' on <FILE> is \"$INSTDIR/bin\": $INSTDIR is not a path variable; "
+            "the variables are $HERE (the install folder), $APP, $BASE, $APPDATA, $INSTDATA, $USERAPP, $USERDATA, "
+            "$USERPREFS, $USERSAVES, $SYSAPP, $SYSDATA, $SYSPREFS, $DATA, $TEMP, $FONTDATA, $ICONDATA and $ROOT0, "
+            "$ROOT1 and so on" },
+        { "<INSTALLER>\n<INSTALLATION name=\"a\" default_path=\"$HOME/app\">\n<FILE src_name=\"a.txt\"/>\n</INSTALLATION>\n</INSTALLER>\n",
+            "installer.xml:2: 'default_path' on <INSTALLATION> is \"$HOME/app\": $HOME is not a path variable" },
+        { config("<LOG dest_path_from_inst_loc=\"logs\"/>\n"),
+            "installer.xml:5: 'dest_path_from_inst_loc' on <LOG> is \"logs\", which does not begin with a path variable" },
+        { config("<PATCH dest_path_from_inst_loc=\"$ROOTx\"/>\n"),
+            "installer.xml:5: 'dest_path_from_inst_loc' on <PATCH> is \"$ROOTx\": $ROOTx is not a path variable" },
         { "<INSTALLER>\n<INSTALLATION name=\"a\">\n", "installer.xml:3: the file ends inside <INSTALLATION>, opened on line 2" },
         { config("<COLOUR/>\n"), "installer.xml:5: unknown element <COLOUR> in <INSTALLER>" },
         { config("<WINDOW width=\"1\" colour=\"red\"/>\n"), "installer.xml:5: unknown attribute 'colour' on <WINDOW>" },
@@ -346,4 +359,100 @@ TEST(PACKER_BUILD, command_line_errors)
     ASSERT_EQ(pack_sample(temp.file("setup")).status, 0);
     RUN_RESULT twice = pack({ samples + "/installer.xml", "-o", temp.file("x"), "--client", temp.file("setup") });
     EXPECT_NE(twice.errors.find("is a finished installer already"), std::string::npos) << twice.errors;
+}
+
+TEST(PACKER_BUILD, an_install_type_with_more_files_than_a_run_can_count_is_refused)
+{
+    // The run counts to the file count plus three in 16 bits: 32764 files is the most.
+    std::string files;
+    for (int i = 0; i < 32765; ++i)
+        files += "<FILE src_name=\"a.txt\"/>\n";
+    TEMP_FOLDER temp;
+    RUN_RESULT run = pack_config(temp, "<INSTALLER>\n<INSTALLATION name=\"big\">\n" + files + "</INSTALLATION>\n</INSTALLER>\n");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.errors.find("packer: installer.xml:2: 32765 files in the installation \"big\"; an install type may have at most 32764\n"),
+        std::string::npos)
+        << run.errors.substr(0, 400);
+}
+
+TEST(PACKER_BUILD, path_variables_of_every_kind_are_taken)
+{
+    TEMP_FOLDER temp;
+    RUN_RESULT run = pack_config(temp,
+        "<INSTALLER>\n<INSTALLATION name=\"a\" default_path=\"$root0/app\" uninstaller_path=\"../up\">\n"
+        "<FILE src_name=\"a.txt\" dest_path_from_inst_loc=\"$HERE/bin\" system_dest_path_from_inst_loc=\"$SysData\"/>\n"
+        "<SHORTCUT type=\"application\" exec=\"a.txt\" name=\"A\" exec_path=\"$ROOT12/x\" icon_path=\"\"/>\n"
+        "</INSTALLATION>\n</INSTALLER>\n");
+    EXPECT_EQ(run.status, 0) << run.errors;
+}
+
+TEST(PACKER_BUILD, a_missing_client_is_one_message_that_names_it)
+{
+    // Before, the configuration's client in a folder that is not there gave "no client for the
+    // platform" and a missing folder without the file's name.
+    TEMP_FOLDER temp;
+    ASSERT_TRUE(write_file(temp.file("installer.xml"),
+        config("<INSTALLER_CLIENT path=\"../nowhere\" filename=\"setup-run\" platform=\"linux\"/>\n")));
+    ASSERT_TRUE(write_file(temp.file("a.txt"), "a"));
+    RUN_RESULT run = pack({ "installer.xml", "-o", "out" }, temp.path());
+    EXPECT_EQ(run.status, 1);
+    std::string parent = temp.path().substr(0, temp.path().rfind('/'));
+    std::string expected = "packer: installer.xml:5: the client '" + parent + "/nowhere/setup-run' of <INSTALLER_CLIENT> does not exist\n";
+    EXPECT_EQ(run.errors, expected);
+    // With --client the configuration's client is not needed; a missing one is named the same way.
+    run = pack({ "installer.xml", "-o", "out", "--client", temp.file("gone") }, temp.path());
+    EXPECT_EQ(run.errors, "packer: --client: the client '" + temp.file("gone") + "' does not exist\n");
+    run = pack({ "installer.xml", "-o", "out", "--client", installer_path() }, temp.path());
+    EXPECT_EQ(run.status, 0) << run.errors;
+}
+
+TEST(PACKER_BUILD, a_language_short_of_the_wizards_texts_is_a_warning_or_with_strict_an_error)
+{
+    TEMP_FOLDER temp;
+    std::string text = config("<LANGUAGE name=\"en\">\n<LANGUAGE_TITLE string=\"English\"/>\n<QUIT_TITLE string=\"Quit\"/>\n</LANGUAGE>\n");
+    RUN_RESULT run = pack_config(temp, text);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    // Every text but the two given and the two of the packer's own pages.
+    std::string missing;
+    for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key) {
+        std::string tag = language_key_name(key);
+        if (tag == "LANGUAGE_TITLE" || tag == "QUIT_TITLE" || tag == "PACK_DATA_TITLE" || tag == "PACK_LOG_TITLE")
+            continue;
+        missing += (missing.empty() ? "" : ", ") + tag;
+    }
+    std::string message = "installer.xml:5: the language \"en\" lacks 57 of the wizard's texts: " + missing;
+    EXPECT_EQ(run.errors, "packer: installer.xml:5: warning: the language \"en\" lacks 57 of the wizard's texts: " + missing + "\n");
+    EXPECT_EQ(missing.substr(0, 23), "INSTALLER_TITLE, QUIT_M");
+
+    run = pack({ "installer.xml", "-o", "strict", "--client", installer_path(), "--strict" }, temp.path());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "packer: " + message + "\n");
+    EXPECT_EQ(read_file(temp.file("strict")), "");
+}
+
+TEST(PACKER_BUILD, the_same_inputs_in_another_folder_give_the_same_bytes_and_no_build_folder)
+{
+    TEMP_FOLDER temp;
+    std::string first = temp.file("a"), second = temp.file("b/deeper");
+    ASSERT_EQ(run_program("/bin/mkdir", { "-p", first, second }).status, 0);
+    ASSERT_EQ(run_program("/bin/cp", { "-r", samples, first }).status, 0);
+    ASSERT_EQ(run_program("/bin/cp", { "-r", samples, second }).status, 0);
+    ASSERT_EQ(pack({ first + "/samples/installer.xml", "-o", temp.file("one"), "--client", installer_path() }).status, 0);
+    ASSERT_EQ(pack({ second + "/samples/installer.xml", "-o", temp.file("two"), "--client", installer_path() }).status, 0);
+    std::string one = read_file(temp.file("one"));
+    EXPECT_TRUE(one == read_file(temp.file("two")));
+    EXPECT_EQ(one.find(temp.path()), std::string::npos);
+    RUN_RESULT info = run_program(packer_path(), { "info", temp.file("one") });
+    EXPECT_EQ(info.output.find(temp.path()), std::string::npos) << info.output;
+    EXPECT_EQ(info.output.find(ORLU_BUILD_DIR), std::string::npos) << info.output;
+
+    // The style sets still find their pictures in the data set's cache.
+    FOLDER here = folder_of(temp.path());
+    DATA_SET_HEADER header;
+    ASSERT_TRUE(unpack_installer(here, "one", here, "installer.pkg", nullptr, &header, nullptr));
+    std::unique_ptr<DATABASE> db(new DATABASE);
+    db->data_folder = here;
+    ASSERT_TRUE(db->load_data_set("installer.pkg"));
+    EXPECT_STREQ(db->style_sets[STYLE_MENU_BUTTON].image_path, "/skin/button");
+    EXPECT_NE(db->style_sets[STYLE_MENU_BUTTON].images[0], nullptr);
 }

@@ -36,6 +36,7 @@
 #include "installer/engine/database.h"
 #include "installer/engine/installer_options.h"
 #include "installer/engine/skin.h"
+#include "installer/engine/toolkit_look.h"
 #include "installer_config.h"
 #include "io/package.h"
 #include "packer_common.h"
@@ -55,6 +56,7 @@ struct BUILD_OPTIONS {
     const char* platform { "linux" };
     INT_S32 level { 6 };
     bool quiet { false };
+    bool strict { false };
 };
 
 // The progress line on a terminal: files and bytes done, and the rate. Redrawn at most ten times
@@ -122,14 +124,15 @@ private:
 
 void print_build_help()
 {
-    printf("Usage: packer build CONFIG -o FILE [--client EXECUTABLE] [--platform NAME] [--level 0-9] [--quiet]\n\n"
+    printf("Usage: packer build CONFIG -o FILE [--client EXECUTABLE] [--platform NAME] [--level 0-9] [--quiet] [--strict]\n\n"
            "Makes a finished installer from an installer configuration.\n\n"
            "  -o FILE              the installer to write\n"
            "  --client EXECUTABLE  the run-time to put in front of the data, instead of the one that\n"
            "                       the configuration's INSTALLER_CLIENT names for the platform\n"
            "  --platform NAME      the target platform (linux)\n"
            "  --level N            zlib compression level of the chunks (6)\n"
-           "  --quiet              no progress line\n\n"
+           "  --quiet              no progress line\n"
+           "  --strict             a language without all of the wizard's texts is an error, not a warning\n\n"
            "SOURCE_DATE_EPOCH, when set, is the build time written into the data; otherwise the\n"
            "newest modification time of the inputs is.\n");
 }
@@ -144,6 +147,12 @@ bool split_path(const std::string& path, FOLDER* folder, std::string* name)
         return false;
     *name = leaf;
     return true;
+}
+
+bool is_plain_file(const std::string& path)
+{
+    HOST_FILE_INFO info;
+    return host_file_info(path.c_str(), &info) && !info.is_folder;
 }
 
 INT_U64 file_size(const std::string& path)
@@ -206,9 +215,9 @@ bool file_crc(const std::string& path, uLong* crc)
         return false;
     static unsigned char buffer[1 << 16];
     size_t got = 0;
-    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0)
+    while (!host_stop_requested() && (got = fread(buffer, 1, sizeof buffer, stream)) > 0)
         *crc = crc32(*crc, buffer, static_cast<uInt>(got));
-    bool ok = !ferror(stream);
+    bool ok = !ferror(stream) && !host_stop_requested();
     fclose(stream);
     return ok;
 }
@@ -234,6 +243,8 @@ bool build_package(const FOLDER& folder, const char* name, DATABASE* database, c
         return false;
     }
     for (const PACK_MEMBER& member : plan.members) {
+        if (host_stop_requested())
+            return false;
         FOLDER source;
         std::string file;
         if (!split_path(member.path, &source, &file)) {
@@ -274,9 +285,13 @@ bool build_package(const FOLDER& folder, const char* name, DATABASE* database, c
         return false;
     }
     bool written = database->put_to_data_device(stream) && stream->flush();
-    PACKAGE::close_member_data(&stream);
-    if (!written || !package.has_member("database.bin")) {
-        packer_error("cannot write the member database.bin");
+    bool put_back = PACKAGE::close_member_data(&stream);
+    if (!written || !put_back || !package.has_member("database.bin")) {
+        packer_error("cannot write the member database.bin: %s", last_error_text());
+        return false;
+    }
+    if (!package.close()) {
+        packer_error("cannot write the package: %s", last_error_text());
         return false;
     }
     return true;
@@ -330,7 +345,7 @@ bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
         return false;
     INT_U8 buffer[1 << 16];
     size_t got = 0;
-    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0) {
+    while (!host_stop_requested() && (got = fread(buffer, 1, sizeof buffer, stream)) > 0) {
         // A client above 512 MiB is not a program of ours.
         if (bytes->size() + got > (512u << 20)) {
             fclose(stream);
@@ -338,7 +353,7 @@ bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
         }
         bytes->insert(bytes->end(), buffer, buffer + got);
     }
-    bool ok = !ferror(stream);
+    bool ok = !ferror(stream) && !host_stop_requested();
     fclose(stream);
     return ok;
 }
@@ -377,6 +392,10 @@ bool write_chunks(OUTPUT_DEVICE* out, const FOLDER& folder, const char* name, IN
     size_t held = 0; // bytes of `piece` not yet written
     bool at_end = false;
     while (ok) {
+        if (host_stop_requested()) {
+            ok = false;
+            break;
+        }
         if (!at_end && held < cache) {
             size_t got = fread(piece + held, 1, cache - held, stream);
             held += got;
@@ -447,9 +466,17 @@ bool write_installer(const BUILD_OPTIONS& options, const std::string& client_pat
         packer_error("cannot find the folder of '%s'", options.output);
         return false;
     }
-    std::string part = name + ".part";
-    FILE* stream = folder.open_stream(part.c_str(), "w+b");
+    // A name of its own beside the output, made exclusively, so that it can never be an input
+    // or anything else that was there.
+    char part_name[64];
+    if (!folder.make_temp_name(part_name, sizeof part_name, ".part")) {
+        packer_error("cannot write '%s'", options.output);
+        return false;
+    }
+    std::string part = part_name;
+    FILE* stream = folder.open_stream(part.c_str(), "r+b");
     if (!stream) {
+        (void)folder.delete_file(part.c_str());
         packer_error("cannot write '%s'", options.output);
         return false;
     }
@@ -483,7 +510,8 @@ bool write_installer(const BUILD_OPTIONS& options, const std::string& client_pat
     ok = fclose(stream) == 0 && ok;
     if (!ok) {
         (void)folder.delete_file(part.c_str());
-        packer_error("cannot write '%s'", options.output);
+        if (!host_stop_requested())
+            packer_error("cannot write '%s'", options.output);
         return false;
     }
     if (!folder.rename_file(part.c_str(), folder, name.c_str()) || !folder.set_permissions(name.c_str(), 0755)) {
@@ -510,6 +538,8 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
         }
         if (strcmp(argument, "--quiet") == 0 || strcmp(argument, "-q") == 0) {
             options->quiet = true;
+        } else if (strcmp(argument, "--strict") == 0) {
+            options->strict = true;
         } else if (strcmp(argument, "-o") == 0 && has_value) {
             options->output = argv[++i];
         } else if (strcmp(argument, "--client") == 0 && has_value) {
@@ -542,6 +572,48 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
         return false;
     }
     return true;
+}
+
+// Only regular files are read: a FIFO would block the build for ever, and a device such as
+// /dev/zero would never end. Folders (the skin tree) are read through their files.
+bool sources_are_regular_files(const PACK_PLAN& plan)
+{
+    std::vector<std::string> refused;
+    for (const PACK_MEMBER& member : plan.members) {
+        if (!host_is_regular_file(member.path.c_str())) {
+            packer_error("%s:%d: '%s' is not a regular file", plan.config_path.c_str(), member.line, member.path.c_str());
+            refused.push_back(member.path);
+        }
+    }
+    for (const std::string& input : plan.inputs) {
+        bool told = false;
+        for (const std::string& path : refused)
+            told = told || path == input;
+        if (!told && !host_is_folder(input.c_str()) && !host_is_regular_file(input.c_str())) {
+            packer_error("'%s' is not a regular file", input.c_str());
+            refused.push_back(input);
+        }
+    }
+    return refused.empty();
+}
+
+// The output replaces its file only at the end, but it must not replace an input at all: the
+// configuration, the client, a payload file, a picture. Compared as files, so that another name
+// for the same file (a link, "./", a hard link) is caught too.
+bool output_is_no_input(const char* output, const PACK_PLAN& plan)
+{
+    bool ok = true;
+    auto check = [&](const std::string& input) {
+        if (ok && host_same_file(output, input.c_str())) {
+            packer_error("-o '%s' is an input of the build ('%s'); choose another output", output, input.c_str());
+            ok = false;
+        }
+    };
+    for (const std::string& input : plan.inputs)
+        check(input);
+    for (const PACK_MEMBER& member : plan.members)
+        check(member.path);
+    return ok;
 }
 
 bool load_pictures(DATABASE* database, const PACK_PLAN& plan, DATA_SET_SPLASH* splash)
@@ -585,6 +657,37 @@ bool load_pictures(DATABASE* database, const PACK_PLAN& plan, DATA_SET_SPLASH* s
     return true;
 }
 
+// A picture's folder (a field of ORLU_MAX_PATH bytes) as the data set keeps it. The run-time never reads these folders: it only
+// matches a style set's folder text against the image cache's entries that came with the data
+// set. So a folder below the configuration's is written from "/" on, relative to it, and the
+// same inputs in another folder give the same bytes; a folder elsewhere stays as it is.
+void relative_to_configuration(char* path, const std::string& config_folder)
+{
+    size_t length = config_folder.size();
+    if (length == 0 || strncmp(path, config_folder.c_str(), length) != 0 || (path[length] != 0 && path[length] != '/'))
+        return;
+    if (!path[length]) {
+        path[0] = '/';
+        path[1] = 0;
+    } else {
+        memmove(path, path + length, strlen(path + length) + 1);
+    }
+    // The fields go out whole: what lay behind the shorter text must not.
+    size_t used = strlen(path);
+    memset(path + used, 0, ORLU_MAX_PATH - used);
+}
+
+void store_picture_folders(DATABASE* database, DATA_SET_SPLASH* splash, const std::string& config_folder)
+{
+    for (WM_STYLE_SET& style : database->style_sets)
+        relative_to_configuration(style.image_path, config_folder);
+    for (INT_S32 which = 0; which < TOOLKIT_STYLE_COUNT; ++which)
+        relative_to_configuration(toolkit_style(which)->image_path, config_folder);
+    relative_to_configuration(splash->bar_style.image_path, config_folder);
+    for (INT_S32 i = 0; i < image_cache.entry_count(); ++i)
+        relative_to_configuration(image_cache.entry_at(i)->path, config_folder);
+}
+
 } // namespace
 
 int run_build_command(int argc, char** argv)
@@ -599,26 +702,55 @@ int run_build_command(int argc, char** argv)
         return PACKER_USAGE;
     }
 
+    if (host_path_taken(options.config) && !host_is_regular_file(options.config)) {
+        packer_error("'%s' is not a regular file", options.config);
+        return PACKER_FAILED;
+    }
     DATABASE* database = new (std::nothrow) DATABASE;
     PACK_PLAN plan;
     CONFIG_ERRORS errors;
     if (!database)
         return packer_error("out of memory");
     bool read = read_installer_config(options.config, target, database, &plan, &errors);
+    // One client is used: --client, else the configuration's for the platform. Only that one
+    // must exist, and its absence is one message that names the file.
     if (read && options.client) {
         FOLDER folder;
         std::string name;
-        if (split_path(options.client, &folder, &name))
-            plan.client_path = std::string(folder.path()) + "/" + name;
-        if (!split_path(options.client, &folder, &name) || file_size(plan.client_path) == 0) {
-            errors.missing.push_back(std::string("--client: ") + options.client);
+        bool found = split_path(options.client, &folder, &name);
+        plan.client_path = found ? std::string(folder.path()) + "/" + name : options.client;
+        if (!found || !is_plain_file(plan.client_path)) {
+            errors.lines.push_back(std::string("--client: the client '") + plan.client_path + "' does not exist");
             read = false;
         }
     } else if (read && plan.client_path.empty()) {
         errors.add(plan.config_path, 0, "no client: add an <INSTALLER_CLIENT> for \"%s\" or give --client",
             options.platform);
         read = false;
+    } else if (read && !is_plain_file(plan.client_path)) {
+        errors.add(plan.config_path, plan.client_line, "the client '%s' of <INSTALLER_CLIENT> does not exist",
+            plan.client_path.c_str());
+        read = false;
     }
+    // A language without some of the wizard's texts shows empty buttons and titles.
+    for (INT_S16 language = 0; read && language < database->language_count; ++language) {
+        std::vector<std::string> missing = missing_wizard_texts(*database, language);
+        if (missing.empty())
+            continue;
+        std::string list;
+        for (const std::string& tag : missing)
+            list += (list.empty() ? "" : ", ") + tag;
+        INT_S32 line = language < static_cast<INT_S16>(plan.language_lines.size()) ? plan.language_lines[language] : 0;
+        if (options.strict)
+            errors.add(plan.config_path, line, "the language \"%s\" lacks %zu of the wizard's texts: %s",
+                database->languages[language].name, missing.size(), list.c_str());
+        else
+            fprintf(stderr, "packer: %s:%d: warning: the language \"%s\" lacks %zu of the wizard's texts: %s\n",
+                plan.config_path.c_str(), static_cast<int>(line), database->languages[language].name, missing.size(),
+                list.c_str());
+    }
+    if (read && options.strict && !errors.lines.empty())
+        read = false;
     if (!read) {
         for (const std::string& line : errors.lines)
             packer_error("%s", line.c_str());
@@ -631,9 +763,15 @@ int run_build_command(int argc, char** argv)
         return PACKER_FAILED;
     }
     plan.inputs.push_back(plan.client_path);
+    if (!sources_are_regular_files(plan) || !output_is_no_input(options.output, plan)) {
+        delete database;
+        return PACKER_FAILED;
+    }
 
     DATA_SET_SPLASH* splash = new (std::nothrow) DATA_SET_SPLASH;
     bool ok = splash && build_time(plan, &database->data_time) && load_pictures(database, plan, splash);
+    if (ok)
+        store_picture_folders(database, splash, plan.config_folder);
     INT_U8 compress = 1;
     if (plan.client_index >= 0)
         compress = database->clients[plan.client_index]->compress_data;

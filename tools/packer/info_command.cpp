@@ -147,8 +147,12 @@ void print_database(const DATABASE& db, INT_U8 version)
     printf("Clients: %d\n", db.client_count);
     for (INT_S16 i = 0; i < db.client_count; ++i) {
         const CLIENT_RECORD& client = *db.clients[i];
+        // The folder as the data set names it ("$APP" from this packer), not as it lies here.
+        char folder[ORLU_MAX_PATH];
+        if (!client.path.symbolic_text(folder))
+            folder[0] = 0;
         printf("  %d: platform \"%s\", \"%s\" in %s as \"%s\", compressed %s\n", i, client.platform.c_str(),
-            client.filename.c_str(), client.path.path(), client.destname.c_str(), yes_no(client.compress_data));
+            client.filename.c_str(), folder, client.destname.c_str(), yes_no(client.compress_data));
     }
 }
 

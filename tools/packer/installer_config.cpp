@@ -2,6 +2,7 @@
 // database and the plan of the package, checking every element, attribute and file on the way.
 //
 // [SECTION] Errors and paths
+// [SECTION] What the reader accepts
 // [SECTION] The XML tree
 // [SECTION] Attribute readers
 // [SECTION] Elements of INSTALLER
@@ -17,9 +18,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <strings.h>
 
+#include "base/format.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
+#include "installer/engine/install_engine.h"
 #include "io/folder.h"
 #include "graphics/font.h"
 #include "host/host.h"
@@ -71,6 +75,63 @@ std::string normalise_path(const std::string& path)
         result += parts[i];
     }
     return result.empty() ? "." : result;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] What the reader accepts
+// ---------------------------------------------------------------------------------------------
+
+// The one list of elements and attributes: the reader checks against it, and the test of the
+// documentation reads it, so that nothing accepted goes undocumented.
+const std::vector<CONFIG_ELEMENT>& accepted_config_elements()
+{
+    static std::vector<CONFIG_ELEMENT> elements;
+    if (!elements.empty())
+        return elements;
+    const std::vector<const char*> box = { "x", "y", "width", "height", "can_drag" };
+    const std::vector<const char*> destinations = { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc" };
+    elements = {
+        { "INSTALLER", "", { "show_frame_rate", "show_filenames", "show_filepaths", "file_cache_sz",
+                               "default_language_name", "installation_id" } },
+        { "APPLICATION", "INSTALLER", { "version", "build_number", "app_string" } },
+        { "WINDOW", "INSTALLER", { "width", "height", "fullscreen", "show_bg_title" } },
+        { "DIALOG", "INSTALLER", { "x", "y", "width", "height", "button_gap", "can_drag" } },
+        { "EXIT", "INSTALLER", box },
+        { "ERROR", "INSTALLER", box },
+        { "FILE_SELECT", "INSTALLER", { "x", "y", "width", "height", "new_folder_too", "can_drag" } },
+        { "ABOUT", "INSTALLER", box },
+        { "BACKGROUND", "INSTALLER", { "path", "filename", "speed", "width", "height", "start_offset_ms" } },
+        { "SKIN", "INSTALLER", { "path" } },
+        { "LOG", "INSTALLER", destinations },
+        { "PATCH", "INSTALLER", { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc", "do_check" } },
+        { "CHECK_DESKTOP_SIZE", "INSTALLER", { "width", "height" } },
+        { "SPLASH", "INSTALLER", { "path", "filename", "title", "bar_x", "bar_y", "bar_width", "bar_height", "bar_style" } },
+        { "FONTS", "INSTALLER", { "path" } },
+        { "INSTALLER_CLIENT", "INSTALLER", { "path", "filename", "destname", "platform", "compress_data" } },
+        { "INSTALLATION", "INSTALLER", { "name", "allow_system_paths", "default_path", "uninstaller_name",
+                                           "uninstaller_filename", "uninstaller_path", "uninstaller_syspath" } },
+        { "FILE", "INSTALLATION", { "platform", "src_name", "dest_name", "src_path_from_xml", "dest_path_from_inst_loc",
+                                      "system_dest_path_from_inst_loc", "stamp", "switch_user", "overwrite" } },
+        { "SHORTCUT", "INSTALLATION", { "type", "exec", "name", "menu_path", "platform", "arguments", "exec_path",
+                                          "exec_syspath", "icon", "icon_path", "icon_syspath" } },
+        { "LANGUAGE", "INSTALLER", { "name" } },
+        { "INSTALLATION", "LANGUAGE", { "name", "string" } },
+        { "LICENCE", "LANGUAGE", { "path", "filename" } },
+        { "README", "LANGUAGE", { "path", "filename", "lines" } },
+        { "RELEASE_NOTES", "LANGUAGE", { "path", "filename", "lines" } },
+    };
+    for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key)
+        elements.push_back({ language_key_name(key), "LANGUAGE", { "string" } });
+    return elements;
+}
+
+const CONFIG_ELEMENT* find_config_element(const char* tag, const char* parent)
+{
+    for (const CONFIG_ELEMENT& element : accepted_config_elements()) {
+        if (strcmp(element.tag, tag) == 0 && strcmp(element.parent, parent) == 0)
+            return &element;
+    }
+    return nullptr;
 }
 
 namespace {
@@ -139,12 +200,30 @@ public:
         }
     }
 
+    // The line where expat noticed the fault is often far from its cause (a tag left open above),
+    // so the element that is open is named with the line it began on.
     void report_error(const char* message, const char* context, INT_S32 line) override
     {
-        if (context && context[0])
-            m_errors->add(m_file, line, "XML error: %s (%s)", message, context);
+        std::string open;
+        if (!m_open.empty()) {
+            const XML_NODE& node = nodes[m_open.back()];
+            open = "; <" + node.tag + "> begun on line " + std::to_string(node.line) + " is open";
+        }
+        // The text around the fault, on one line.
+        std::string near;
+        for (const char* c = context ? context : ""; *c; ++c) {
+            bool blank = *c == '\n' || *c == '\r' || *c == '\t' || *c == ' ';
+            if (!blank)
+                near += *c;
+            else if (!near.empty() && near.back() != ' ')
+                near += ' ';
+        }
+        while (!near.empty() && near.back() == ' ')
+            near.pop_back();
+        if (!near.empty())
+            m_errors->add(m_file, line, "XML error: %s%s (near \"%s\")", message, open.c_str(), near.c_str());
         else
-            m_errors->add(m_file, line, "XML error: %s", message);
+            m_errors->add(m_file, line, "XML error: %s%s", message, open.c_str());
     }
 
     // The element left open when the input ended (expat is never told the input is over), or
@@ -163,6 +242,29 @@ private:
 // [SECTION] Attribute readers
 // ---------------------------------------------------------------------------------------------
 
+const char* const PATH_VARIABLES = "$HERE (the install folder), $APP, $BASE, $APPDATA, $INSTDATA, $USERAPP, "
+                                   "$USERDATA, $USERPREFS, $USERSAVES, $SYSAPP, $SYSDATA, $SYSPREFS, $DATA, $TEMP, "
+                                   "$FONTDATA, $ICONDATA and $ROOT0, $ROOT1 and so on";
+
+// The variables an install resolves, compared without regard to case as the run-time does;
+// $ROOT takes a number.
+bool is_install_variable(const std::string& variable)
+{
+    static const char* const names[] = { "$HERE", "$APP", "$BASE", "$APPDATA", "$INSTDATA", "$USERAPP", "$USERDATA",
+        "$USERPREFS", "$USERSAVES", "$SYSAPP", "$SYSDATA", "$SYSPREFS", "$DATA", "$TEMP", "$FONTDATA", "$ICONDATA" };
+    for (const char* name : names) {
+        if (strcasecmp(variable.c_str(), name) == 0)
+            return true;
+    }
+    if (variable.size() <= 5 || strncasecmp(variable.c_str(), "$ROOT", 5) != 0)
+        return false;
+    for (size_t i = 5; i < variable.size(); ++i) {
+        if (!isdigit(static_cast<unsigned char>(variable[i])))
+            return false;
+    }
+    return true;
+}
+
 class CONFIG_READER {
 public:
     CONFIG_READER(const std::vector<XML_NODE>& nodes, const std::string& file, INT_U8 target, DATABASE* database,
@@ -179,13 +281,14 @@ public:
     void read_root();
 
 private:
-    // Reports every attribute of the node that is not in `allowed` (a null-ended list).
-    void check_attributes(const XML_NODE& node, const char* const* allowed)
+    // Reports every attribute of the node that the element, standing in `parent`, does not take.
+    void check_attributes(const XML_NODE& node, const char* parent)
     {
+        const CONFIG_ELEMENT* element = find_config_element(node.tag.c_str(), parent);
         for (const auto& attribute : node.attributes) {
             bool known = false;
-            for (const char* const* name = allowed; *name; ++name)
-                known = known || attribute.first == *name;
+            for (size_t i = 0; element && i < element->attributes.size(); ++i)
+                known = known || attribute.first == element->attributes[i];
             if (!known)
                 error(node, "unknown attribute '%s' on <%s>", attribute.first.c_str(), node.tag.c_str());
         }
@@ -224,6 +327,26 @@ private:
             return;
         }
         memcpy(field, value->c_str(), value->size() + 1);
+    }
+
+    // A folder text of the install, set at install time through the path variables: empty, a
+    // known variable and what follows, or ".." and what follows. A variable the run-time does not
+    // know would end the install, so it is refused here with the list of the known ones.
+    void folder_text(const XML_NODE& node, const char* name, char* field, size_t size)
+    {
+        text(node, name, field, size);
+        const std::string* value = find(node, name);
+        if (!value || value->empty() || value->compare(0, 2, "..") == 0)
+            return;
+        if ((*value)[0] != '$') {
+            error(node, "'%s' on <%s> is \"%s\", which does not begin with a path variable; the variables are %s",
+                name, node.tag.c_str(), value->c_str(), PATH_VARIABLES);
+            return;
+        }
+        std::string variable = value->substr(0, value->find('/'));
+        if (!is_install_variable(variable))
+            error(node, "'%s' on <%s> is \"%s\": %s is not a path variable; the variables are %s", name,
+                node.tag.c_str(), value->c_str(), variable.c_str(), PATH_VARIABLES);
     }
 
     void string(const XML_NODE& node, const char* name, ORLU_STRING* field, size_t most)
@@ -390,6 +513,7 @@ private:
     void read_shortcut(const XML_NODE& node, SHORTCUT_RECORD* shortcut);
     void read_language(const XML_NODE& node, LANGUAGE_RECORD* language, INT_S16 index);
     void read_client(const XML_NODE& node, CLIENT_RECORD* client);
+    std::string client_file(const std::string& folder, const char* name) const;
     void read_splash(const XML_NODE& node);
     void read_fonts(const XML_NODE& node);
     void text_member(const XML_NODE& node, const char* pattern, INT_S16 index, const char* path, const char* name);
@@ -417,9 +541,7 @@ void CONFIG_READER::read_root()
         error(root, "the root element must be <INSTALLER>, not <%s>", root.tag.c_str());
         return;
     }
-    static const char* const root_attributes[] = { "show_frame_rate", "show_filenames", "show_filepaths",
-        "file_cache_sz", "default_language_name", "installation_id", nullptr };
-    check_attributes(root, root_attributes);
+    check_attributes(root, "");
     flag(root, "show_frame_rate", &m_db->show_frame_rate);
     flag(root, "show_filenames", &m_db->show_filenames);
     flag(root, "show_filepaths", &m_db->show_filepaths);
@@ -486,23 +608,20 @@ void CONFIG_READER::read_element(const XML_NODE& node)
     if (!node.children.empty())
         error(node, "<%s> holds no elements", tag.c_str());
     if (tag == "APPLICATION") {
-        static const char* const allowed[] = { "version", "build_number", "app_string", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         text(node, "version", m_db->version, sizeof m_db->version);
         number(node, "build_number", &m_db->build_number, -2147483648LL, 2147483647LL);
         text(node, "app_string", m_db->app_string, sizeof m_db->app_string);
     } else if (tag == "WINDOW") {
-        static const char* const allowed[] = { "width", "height", "fullscreen", "show_bg_title", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         s16(node, "width", &m_db->window.width);
         s16(node, "height", &m_db->window.height);
         flag(node, "fullscreen", &m_db->window.fullscreen);
         flag(node, "show_bg_title", &m_db->window.show_bg_title);
     } else if (tag == "DIALOG") {
-        static const char* const allowed[] = { "x", "y", "width", "height", "button_gap", "can_drag", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         s16(node, "x", &m_db->dialog.x);
         s16(node, "y", &m_db->dialog.y);
@@ -511,8 +630,7 @@ void CONFIG_READER::read_element(const XML_NODE& node)
         s16(node, "button_gap", &m_db->dialog.button_gap);
         flag(node, "can_drag", &m_db->dialog.can_drag);
     } else if (tag == "EXIT" || tag == "ERROR" || tag == "ABOUT") {
-        static const char* const allowed[] = { "x", "y", "width", "height", "can_drag", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         BOX_SETTINGS* box = tag == "EXIT" ? &m_db->exit : tag == "ERROR" ? &m_db->error : &m_db->about;
         s16(node, "x", &box->x);
@@ -521,8 +639,7 @@ void CONFIG_READER::read_element(const XML_NODE& node)
         s16(node, "height", &box->height);
         flag(node, "can_drag", &box->can_drag);
     } else if (tag == "FILE_SELECT") {
-        static const char* const allowed[] = { "x", "y", "width", "height", "new_folder_too", "can_drag", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         s16(node, "x", &m_db->file_select.x);
         s16(node, "y", &m_db->file_select.y);
@@ -531,9 +648,7 @@ void CONFIG_READER::read_element(const XML_NODE& node)
         flag(node, "new_folder_too", &m_db->file_select.new_folder_too);
         flag(node, "can_drag", &m_db->file_select.can_drag);
     } else if (tag == "BACKGROUND") {
-        static const char* const allowed[] = { "path", "filename", "speed", "width", "height", "start_offset_ms",
-            nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         text(node, "path", m_db->background_path, sizeof m_db->background_path);
         text(node, "filename", m_db->background_filename, sizeof m_db->background_filename);
@@ -547,8 +662,7 @@ void CONFIG_READER::read_element(const XML_NODE& node)
             need_file(node, resolve(m_db->background_path, m_db->background_filename));
         }
     } else if (tag == "SKIN") {
-        static const char* const allowed[] = { "path", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         if (required(node, "path")) {
             text(node, "path", m_db->skin_path, sizeof m_db->skin_path);
@@ -557,22 +671,18 @@ void CONFIG_READER::read_element(const XML_NODE& node)
                 m_plan->inputs.push_back(m_plan->skin_folder);
         }
     } else if (tag == "LOG") {
-        static const char* const allowed[] = { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
-        text(node, "dest_path_from_inst_loc", m_db->log_dest_path, sizeof m_db->log_dest_path);
-        text(node, "system_dest_path_from_inst_loc", m_db->log_system_dest_path, sizeof m_db->log_system_dest_path);
+        folder_text(node, "dest_path_from_inst_loc", m_db->log_dest_path, sizeof m_db->log_dest_path);
+        folder_text(node, "system_dest_path_from_inst_loc", m_db->log_system_dest_path, sizeof m_db->log_system_dest_path);
     } else if (tag == "PATCH") {
-        static const char* const allowed[] = { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc", "do_check",
-            nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
-        text(node, "dest_path_from_inst_loc", m_db->patch_dest_path, sizeof m_db->patch_dest_path);
-        text(node, "system_dest_path_from_inst_loc", m_db->patch_system_dest_path, sizeof m_db->patch_system_dest_path);
+        folder_text(node, "dest_path_from_inst_loc", m_db->patch_dest_path, sizeof m_db->patch_dest_path);
+        folder_text(node, "system_dest_path_from_inst_loc", m_db->patch_system_dest_path, sizeof m_db->patch_system_dest_path);
         flag(node, "do_check", &m_db->patch_do_check);
     } else if (tag == "CHECK_DESKTOP_SIZE") {
-        static const char* const allowed[] = { "width", "height", nullptr };
-        check_attributes(node, allowed);
+        check_attributes(node, "INSTALLER");
         once(node);
         s16(node, "width", &m_db->check_desktop_width);
         s16(node, "height", &m_db->check_desktop_height);
@@ -589,8 +699,7 @@ void CONFIG_READER::read_element(const XML_NODE& node)
 
 void CONFIG_READER::read_client(const XML_NODE& node, CLIENT_RECORD* client)
 {
-    static const char* const allowed[] = { "path", "filename", "destname", "platform", "compress_data", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLER");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
     if (!required(node, "filename"))
@@ -599,28 +708,33 @@ void CONFIG_READER::read_client(const XML_NODE& node, CLIENT_RECORD* client)
     string(node, "filename", &client->filename, DATABASE_TEXT - 1);
     string(node, "destname", &client->destname, DATABASE_TEXT - 1);
     flag(node, "compress_data", &client->compress_data);
+    // The client's folder is the publisher's and means nothing to the run-time: the record keeps
+    // "$APP", so that the data set does not depend on where it was built. A patch configuration
+    // written from it names the client's folder "$APP", which the packer reads as its own folder.
     const std::string* path = find(node, "path");
-    std::string folder = resolve(path ? *path : "");
-    if (folder.size() >= static_cast<size_t>(ORLU_MAX_PATH)) {
-        error(node, "the folder '%s' is too long", folder.c_str());
-        return;
-    }
-    if (!need_folder(node, folder) || !client->path.set_raw(folder.c_str()))
-        return;
     if (m_plan->client_index < 0 && m_db->matches_platform_for(client->platform.c_str(), m_target)) {
         m_plan->client_index = m_client;
-        m_plan->client_path = folder + "/" + client->filename.c_str();
+        m_plan->client_path = client_file(path ? *path : "", client->filename.c_str());
         m_plan->client_line = node.line;
     }
+}
+
+// The client's file: relative to the configuration, absolute, or in the packer's own folder for a
+// path that begins with "$APP".
+std::string CONFIG_READER::client_file(const std::string& folder, const char* name) const
+{
+    if (folder.compare(0, 4, "$APP") == 0 && (folder.size() == 4 || folder[4] == '/')) {
+        FOLDER own;
+        return normalise_path(std::string(own.path()) + folder.substr(4) + "/" + name);
+    }
+    return resolve(folder, name);
 }
 
 // SPLASH: path, filename (the picture), title, bar_x, bar_y, bar_width, bar_height and
 // bar_style (a style file, relative to the configuration).
 void CONFIG_READER::read_splash(const XML_NODE& node)
 {
-    static const char* const allowed[] = { "path", "filename", "title", "bar_x", "bar_y", "bar_width", "bar_height",
-        "bar_style", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLER");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
     PACK_SPLASH& splash = m_plan->splash;
@@ -653,8 +767,7 @@ void CONFIG_READER::read_splash(const XML_NODE& node)
 // package under its own name.
 void CONFIG_READER::read_fonts(const XML_NODE& node)
 {
-    static const char* const allowed[] = { "path", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLER");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
     const std::string* path = find(node, "path");
@@ -672,19 +785,17 @@ void CONFIG_READER::read_fonts(const XML_NODE& node)
 
 void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD* installation, INT_S16 index)
 {
-    static const char* const allowed[] = { "name", "allow_system_paths", "default_path", "uninstaller_name",
-        "uninstaller_filename", "uninstaller_path", "uninstaller_syspath", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLER");
     if (!required(node, "name"))
         return;
     // The packed names add four digits to the name.
     text(node, "name", installation->name, sizeof installation->name - 4);
     flag(node, "allow_system_paths", &installation->allow_system_paths);
-    text(node, "default_path", installation->default_path, sizeof installation->default_path);
+    folder_text(node, "default_path", installation->default_path, sizeof installation->default_path);
     text(node, "uninstaller_name", installation->uninstaller_name, sizeof installation->uninstaller_name);
     text(node, "uninstaller_filename", installation->uninstaller_filename, sizeof installation->uninstaller_filename);
-    text(node, "uninstaller_path", installation->uninstaller_path, sizeof installation->uninstaller_path);
-    text(node, "uninstaller_syspath", installation->uninstaller_syspath, sizeof installation->uninstaller_syspath);
+    folder_text(node, "uninstaller_path", installation->uninstaller_path, sizeof installation->uninstaller_path);
+    folder_text(node, "uninstaller_syspath", installation->uninstaller_syspath, sizeof installation->uninstaller_syspath);
     for (INT_S16 other = 0; other < index; ++other) {
         if (strcmp(m_db->installations[other].name, installation->name) == 0)
             error(node, "the installation name \"%s\" is used twice; packed names would collide", installation->name);
@@ -697,7 +808,13 @@ void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD*
         files += m_nodes[child].tag == "FILE";
         shortcuts += m_nodes[child].tag == "SHORTCUT";
     }
-    if (before + files > 0x7FFF || files > 0xFFFF) {
+    // The run counts its steps in 16 bits, up to the file count plus three.
+    if (files > INSTALL_ENGINE_MAX_FILES) {
+        error(node, "%d files in the installation \"%s\"; an install type may have at most %d", files,
+            installation->name, INSTALL_ENGINE_MAX_FILES);
+        return;
+    }
+    if (before + files > 0x7FFF) {
         error(node, "%d files in all; at most 32767 are allowed", before + files);
         return;
     }
@@ -725,9 +842,7 @@ void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD*
 void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* installation, FILE_RECORD* file,
     INT_S16 index)
 {
-    static const char* const allowed[] = { "platform", "src_name", "dest_name", "src_path_from_xml",
-        "dest_path_from_inst_loc", "system_dest_path_from_inst_loc", "stamp", "switch_user", "overwrite", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLATION");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
     if (!required(node, "src_name"))
@@ -736,8 +851,8 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
     text(node, "src_name", file->src_name, sizeof file->src_name);
     text(node, "dest_name", file->dest_name, sizeof file->dest_name);
     text(node, "src_path_from_xml", file->src_path_from_xml, sizeof file->src_path_from_xml);
-    text(node, "dest_path_from_inst_loc", file->dest_path_from_inst_loc, sizeof file->dest_path_from_inst_loc);
-    text(node, "system_dest_path_from_inst_loc", file->system_dest_path_from_inst_loc,
+    folder_text(node, "dest_path_from_inst_loc", file->dest_path_from_inst_loc, sizeof file->dest_path_from_inst_loc);
+    folder_text(node, "system_dest_path_from_inst_loc", file->system_dest_path_from_inst_loc,
         sizeof file->system_dest_path_from_inst_loc);
     flag(node, "stamp", &file->stamp);
     flag(node, "switch_user", &file->switch_user);
@@ -753,7 +868,9 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
             error(node, "'overwrite' on <FILE> must be \"always\", \"older\" or \"absent\", not \"%s\"",
                 overwrite->c_str());
     }
-    snprintf(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1);
+    // A cut packed name would be another member's, so it is never cut.
+    if (!format_text(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1))
+        error(node, "the packed name of \"%s\" in \"%s\" does not fit its field", file->src_name, installation->name);
     std::string source = resolve(file->src_path_from_xml, file->src_name);
     need_file(node, source);
     m_plan->members.push_back(PACK_MEMBER { file->packed_name, source, node.line });
@@ -763,9 +880,7 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
 // desktop), platform, arguments, exec_path, exec_syspath, icon, icon_path, icon_syspath.
 void CONFIG_READER::read_shortcut(const XML_NODE& node, SHORTCUT_RECORD* shortcut)
 {
-    static const char* const allowed[] = { "type", "exec", "name", "menu_path", "platform", "arguments", "exec_path",
-        "exec_syspath", "icon", "icon_path", "icon_syspath", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLATION");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
     if (!required(node, "type") || !required(node, "exec") || !required(node, "name"))
@@ -780,11 +895,11 @@ void CONFIG_READER::read_shortcut(const XML_NODE& node, SHORTCUT_RECORD* shortcu
     text(node, "menu_path", shortcut->menu_path, sizeof shortcut->menu_path);
     platform(node, "platform", &shortcut->platform);
     text(node, "arguments", shortcut->arguments, sizeof shortcut->arguments);
-    text(node, "exec_path", shortcut->exec_path, sizeof shortcut->exec_path);
-    text(node, "exec_syspath", shortcut->exec_syspath, sizeof shortcut->exec_syspath);
+    folder_text(node, "exec_path", shortcut->exec_path, sizeof shortcut->exec_path);
+    folder_text(node, "exec_syspath", shortcut->exec_syspath, sizeof shortcut->exec_syspath);
     text(node, "icon", shortcut->icon, sizeof shortcut->icon);
-    text(node, "icon_path", shortcut->icon_path, sizeof shortcut->icon_path);
-    text(node, "icon_syspath", shortcut->icon_syspath, sizeof shortcut->icon_syspath);
+    folder_text(node, "icon_path", shortcut->icon_path, sizeof shortcut->icon_path);
+    folder_text(node, "icon_syspath", shortcut->icon_syspath, sizeof shortcut->icon_syspath);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -805,11 +920,11 @@ void CONFIG_READER::text_member(const XML_NODE& node, const char* pattern, INT_S
 
 void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* language, INT_S16 index)
 {
-    static const char* const allowed[] = { "name", nullptr };
-    check_attributes(node, allowed);
+    check_attributes(node, "INSTALLER");
     if (!required(node, "name"))
         return;
     text(node, "name", language->name, sizeof language->name);
+    m_plan->language_lines.push_back(node.line);
     std::vector<std::string> seen;
     for (size_t child : node.children) {
         const XML_NODE& element = m_nodes[child];
@@ -823,12 +938,10 @@ void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* languag
         seen.push_back(element.tag);
         INT_S32 key = language_key_of(element.tag.c_str());
         if (key >= 0) {
-            static const char* const allowed_key[] = { "string", nullptr };
-            check_attributes(element, allowed_key);
+            check_attributes(element, "LANGUAGE");
             text(element, "string", language->strings[key], DATABASE_TEXT);
         } else if (element.tag == "INSTALLATION") {
-            static const char* const allowed_name[] = { "name", "string", nullptr };
-            check_attributes(element, allowed_name);
+            check_attributes(element, "LANGUAGE");
             if (!required(element, "name") || !required(element, "string"))
                 continue;
             const std::string& name = *find(element, "name");
@@ -844,14 +957,12 @@ void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* languag
             else
                 text(element, "string", language->installation_names[which], DATABASE_TEXT);
         } else if (element.tag == "LICENCE") {
-            static const char* const allowed_file[] = { "path", "filename", nullptr };
-            check_attributes(element, allowed_file);
+            check_attributes(element, "LANGUAGE");
             text(element, "path", language->licence_path, sizeof language->licence_path);
             text(element, "filename", language->licence_filename, sizeof language->licence_filename);
             text_member(element, "licence-%d", index, language->licence_path, language->licence_filename);
         } else if (element.tag == "README" || element.tag == "RELEASE_NOTES") {
-            static const char* const allowed_file[] = { "path", "filename", "lines", nullptr };
-            check_attributes(element, allowed_file);
+            check_attributes(element, "LANGUAGE");
             bool readme = element.tag == "README";
             char* path = readme ? language->readme_path : language->release_notes_path;
             char* name = readme ? language->readme_filename : language->release_notes_filename;
@@ -912,4 +1023,18 @@ bool read_installer_config(const char* path, INT_U8 target, DATABASE* database, 
     CONFIG_READER config(reader.nodes, path, target, database, plan, errors);
     config.read_root();
     return errors->empty();
+}
+
+std::vector<std::string> missing_wizard_texts(const DATABASE& database, INT_S16 language)
+{
+    std::vector<std::string> missing;
+    if (language < 0 || language >= database.language_count)
+        return missing;
+    for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key) {
+        if (key == static_cast<INT_S32>(LANGUAGE_KEY::PACK_DATA_TITLE) || key == static_cast<INT_S32>(LANGUAGE_KEY::PACK_LOG_TITLE))
+            continue;
+        if (!database.languages[language].strings[key][0])
+            missing.push_back(language_key_name(key));
+    }
+    return missing;
 }

@@ -53,6 +53,8 @@ struct PACK_PLAN {
     INT_S32 client_line { 0 };
     // Every file the build reads, for the build time and the derived installation id.
     std::vector<std::string> inputs;
+    // The line of each LANGUAGE element, in the database's order.
+    std::vector<INT_S32> language_lines;
 };
 
 // Messages "<file>:<line>: <text>" in the order found.
@@ -63,6 +65,19 @@ struct CONFIG_ERRORS {
     [[nodiscard]] bool empty() const { return lines.empty() && missing.empty(); }
 };
 
+// One element the reader accepts: its tag, the element it stands in ("" for the root) and the
+// attributes it takes.
+struct CONFIG_ELEMENT {
+    const char* tag;
+    const char* parent;
+    std::vector<const char*> attributes;
+};
+// Every element and attribute the reader accepts, the language texts (one element for each
+// text key inside LANGUAGE, with the attribute "string") included.
+const std::vector<CONFIG_ELEMENT>& accepted_config_elements();
+// The element of that tag in that parent, or null.
+const CONFIG_ELEMENT* find_config_element(const char* tag, const char* parent);
+
 // Reads `path` into `database` (which is reset first) and `plan`. `target` is the platform code
 // of the client to take (1 for linux). False when there is any error; the errors say what.
 [[nodiscard]] bool read_installer_config(const char* path, INT_U8 target, DATABASE* database, PACK_PLAN* plan,
@@ -70,3 +85,7 @@ struct CONFIG_ERRORS {
 
 // "a/./b/../c" to "a/c"; keeps a leading "/". Used for every path the configuration names.
 std::string normalise_path(const std::string& path);
+
+// The tags of the wizard's texts that a language leaves empty. The two texts of the packer's
+// own pages (PACK_DATA_TITLE, PACK_LOG_TITLE) are not the wizard's and are never asked for.
+std::vector<std::string> missing_wizard_texts(const DATABASE& database, INT_S16 language);

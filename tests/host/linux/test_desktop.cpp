@@ -2,9 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/desktop.h"
 #include "host/system_info.h"
@@ -33,15 +39,35 @@ protected:
         chmod((bin + "/update-menus").c_str(), 0755);
         std::string xdg = bin + "/xdg-desktop-menu", update = bin + "/update-menus";
         set_desktop_tools({ menus.c_str(), xdg.c_str(), update.c_str() });
+        // The desktop folder comes from the test's own home, whatever the machine says.
+        remember("XDG_CONFIG_HOME", (home + "/.config").c_str());
+        remember("XDG_DESKTOP_DIR", nullptr);
     }
     void TearDown() override
     {
+        for (const auto& saved : saved_variables) {
+            if (saved.second.first)
+                setenv(saved.first.c_str(), saved.second.second.c_str(), 1);
+            else
+                unsetenv(saved.first.c_str());
+        }
         set_home_directory(nullptr);
         set_desktop_tools({ "/usr/lib/menu", "/usr/bin/xdg-desktop-menu", "/usr/bin/update-menus" });
     }
 
+    void remember(const char* name, const char* value)
+    {
+        const char* old = getenv(name);
+        saved_variables.push_back({ name, { old != nullptr, old ? old : "" } });
+        if (value)
+            setenv(name, value, 1);
+        else
+            unsetenv(name);
+    }
+
     TEMP_FOLDER folder;
     std::string home, menus, record, bin;
+    std::vector<std::pair<std::string, std::pair<bool, std::string>>> saved_variables;
 };
 
 mode_t mode_of(const std::string& path)
@@ -83,19 +109,128 @@ TEST_F(DESKTOP, link_and_file_shortcuts_take_their_default_icons)
         "[Desktop Entry]\nEncoding=UTF-8\nValue=1.0\nType=Link\nName=Read me\nIcon=ascii\nURL=\"/opt/app/readme.txt\" \n");
 }
 
-TEST_F(DESKTOP, hostile_title_makes_a_plain_file_and_runs_nothing)
+TEST_F(DESKTOP, hostile_title_and_paths_are_escaped_in_the_written_entry)
 {
-    std::string planted = folder.file("planted");
-    std::string title = "x\"; touch " + planted + "; $(touch " + planted + ")";
-    ASSERT_TRUE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", nullptr, title.c_str(), nullptr, nullptr, nullptr));
-    EXPECT_TRUE(remove_desktop_shortcut(title.c_str()));
-    EXPECT_EQ(mode_of(planted), 0u);
+    // A line feed in the title must not add a key, and quotes, "$" and "%" in the program's path
+    // and arguments must not change the command.
+    const char* title = "Evil\nExec=rm -rf ~";
+    ASSERT_TRUE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", "--name \"A B\" 100%", title, "/opt/my \"app\"/$x", nullptr,
+        nullptr));
+    // Exec: the program quoted with '"' and '$' escaped, then every backslash doubled as the
+    // string rules ask; "A B" quoted as one argument; "%" doubled.
+    EXPECT_EQ(read_file(home + "/Desktop/Evil_Exec_rm__rf__.desktop"),
+        "[Desktop Entry]\nEncoding=UTF-8\nValue=1.0\nType=Application\n"
+        "Name=Evil\\nExec=rm -rf ~\n"
+        "Comment=Evil\\nExec=rm -rf ~\n"
+        "Exec=\"/opt/my \\\\\"app\\\\\"/\\\\$x/run\" --name \"A B\" 100%%\n"
+        "Icon=\n");
+    EXPECT_TRUE(remove_desktop_shortcut(title));
+    EXPECT_EQ(mode_of(home + "/Desktop/Evil_Exec_rm__rf__.desktop"), 0u);
+
+    // Arguments are read as a shell would read them, then quoted one by one by the entry rules:
+    // 'a;b' is one word holding a reserved character; c\\d is the word c\d, whose backslash
+    // takes four in the file.
+    ASSERT_TRUE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", "'a;b' c\\\\d", "Args", "/opt", nullptr, nullptr));
+    EXPECT_EQ(read_file(home + "/Desktop/Args.desktop"),
+        "[Desktop Entry]\nEncoding=UTF-8\nValue=1.0\nType=Application\nName=Args\nComment=Args\n"
+        "Exec=\"/opt/run\" \"a;b\" \"c\\\\\\\\d\"\nIcon=\n");
 }
 
-TEST_F(DESKTOP, no_desktop_folder_means_no_shortcut)
+TEST_F(DESKTOP, control_characters_and_unknown_kinds_write_nothing)
+{
+    EXPECT_FALSE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", nullptr, "Bell\a", nullptr, nullptr, nullptr));
+    EXPECT_EQ(mode_of(home + "/Desktop/Bell_.desktop"), 0u);
+    EXPECT_NE(std::string(desktop_error_text()).find("control characters"), std::string::npos) << desktop_error_text();
+    // An unclosed quote in the arguments cannot be written as a command line.
+    EXPECT_FALSE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", "\"open", "Quote", nullptr, nullptr, nullptr));
+    EXPECT_EQ(mode_of(home + "/Desktop/Quote.desktop"), 0u);
+    EXPECT_FALSE(add_desktop_shortcut(0, "run", nullptr, "Zero", nullptr, nullptr, nullptr));
+    EXPECT_FALSE(add_desktop_shortcut(7, "run", nullptr, "Seven", nullptr, nullptr, nullptr));
+    EXPECT_EQ(mode_of(home + "/Desktop/Zero.desktop"), 0u);
+    EXPECT_EQ(mode_of(home + "/Desktop/Seven.desktop"), 0u);
+    EXPECT_STREQ(desktop_error_text(), "unknown shortcut kind 7");
+    EXPECT_FALSE(add_menu_entry(4, "run", nullptr, "Four", "Tools", nullptr, nullptr, nullptr));
+    EXPECT_EQ(mode_of(menus + "/local.Tools_Four.desktop"), 0u);
+    EXPECT_FALSE(add_menu_entry(SHORTCUT_PROGRAM, "run", nullptr, "Two\nLines", "Tools", nullptr, nullptr, nullptr));
+    EXPECT_EQ(mode_of(menus + "/local.Tools_Two_Lines.desktop"), 0u);
+    EXPECT_EQ(read_file(record), "");
+}
+
+TEST_F(DESKTOP, the_desktop_folder_comes_from_the_users_directory_settings)
+{
+    mkdir((home + "/.config").c_str(), 0755);
+    mkdir((home + "/Schreibtisch").c_str(), 0755);
+    write_file(home + "/.config/user-dirs.dirs",
+        "# written by the desktop\nXDG_MUSIC_DIR=\"$HOME/Musik\"\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n");
+    char found[4096];
+    ASSERT_TRUE(desktop_folder(found, sizeof found));
+    EXPECT_EQ(std::string(found), home + "/Schreibtisch");
+    ASSERT_TRUE(add_desktop_shortcut(SHORTCUT_WEB_PAGE, "http://example.invalid", nullptr, "Site", nullptr, nullptr, nullptr));
+    EXPECT_EQ(read_file(home + "/Schreibtisch/Site.desktop"),
+        "[Desktop Entry]\nEncoding=UTF-8\nValue=1.0\nType=Link\nName=Site\nIcon=www\nURL=http://example.invalid\n");
+    EXPECT_EQ(mode_of(home + "/Desktop/Site.desktop"), 0u);
+
+    // An absolute path stands as it is; without the file, the variable; without both, Desktop.
+    std::string elsewhere = folder.file("elsewhere");
+    write_file(home + "/.config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"" + elsewhere + "\"\n");
+    ASSERT_TRUE(desktop_folder(found, sizeof found));
+    EXPECT_EQ(std::string(found), elsewhere);
+    unlink((home + "/.config/user-dirs.dirs").c_str());
+    setenv("XDG_DESKTOP_DIR", elsewhere.c_str(), 1);
+    ASSERT_TRUE(desktop_folder(found, sizeof found));
+    EXPECT_EQ(std::string(found), elsewhere);
+    unsetenv("XDG_DESKTOP_DIR");
+    ASSERT_TRUE(desktop_folder(found, sizeof found));
+    EXPECT_EQ(std::string(found), home + "/Desktop");
+}
+
+TEST_F(DESKTOP, no_desktop_folder_means_no_shortcut_and_says_where)
 {
     rmdir((home + "/Desktop").c_str());
     EXPECT_FALSE(add_desktop_shortcut(SHORTCUT_PROGRAM, "run", nullptr, "App", nullptr, nullptr, nullptr));
+    EXPECT_EQ(std::string(desktop_error_text()), home + "/Desktop/App.desktop: No such file or directory");
+}
+
+TEST_F(DESKTOP, menu_values_are_quoted_for_the_menu_file_and_the_shell)
+{
+    ASSERT_TRUE(add_menu_entry(SHORTCUT_PROGRAM, "run", nullptr, "Say \"hi\"", "Tools", "/opt/it's", nullptr, nullptr));
+    // The path is one single-quoted shell word ("'" as '\''), and the menu file's own quoting
+    // puts a backslash before '"' and '\'.
+    EXPECT_EQ(read_file(menus + "/local.Tools_Say__hi_.desktop"),
+        "?package(local.Tools_Say__hi_): command=\"'/opt/it'\\\\''s/run'\" icon=\"exec\" section=\"Tools\" "
+        "title=\"Say \\\"hi\\\"\" needs=\"x11\" startup_notify=\"true\"\n");
+    std::string calls = read_file(record);
+    EXPECT_NE(calls.find("[Desktop Entry]\nValue=1.0\nType=Application\nName=Say \"hi\"\nExec=\"/opt/it's/run\"\nIcon=exec\n"),
+        std::string::npos)
+        << calls;
+}
+
+TEST_F(DESKTOP, menu_helpers_get_the_base_directory_defaults_when_they_are_unset)
+{
+    write_file(bin + "/xdg-desktop-menu",
+        "#!/bin/sh\necho \"data=$XDG_DATA_DIRS config=$XDG_CONFIG_DIRS\" >> '" + record + "'\nexit 0\n");
+    RUN_RESULT run = run_in_child([] {
+        unsetenv("XDG_CONFIG_DIRS");
+        setenv("XDG_DATA_DIRS", "", 1);
+        if (!add_menu_entry(SHORTCUT_PROGRAM, "run", nullptr, "App", "Tools", nullptr, nullptr, nullptr))
+            printf("failed");
+        setenv("XDG_DATA_DIRS", "/mine", 1);
+        setenv("XDG_CONFIG_DIRS", "/my/xdg", 1);
+        if (!add_menu_entry(SHORTCUT_PROGRAM, "run", nullptr, "App", "Tools", nullptr, nullptr, nullptr))
+            printf("failed");
+    });
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(read_file(record),
+        "data=/usr/local/share/:/usr/share/ config=/etc/xdg\nupdate-menus\n"
+        "data=/mine config=/my/xdg\nupdate-menus\n");
+}
+
+TEST_F(DESKTOP, a_failing_menu_tool_is_reported)
+{
+    write_file(bin + "/xdg-desktop-menu", "#!/bin/sh\nexit 3\n");
+    EXPECT_FALSE(add_menu_entry(SHORTCUT_PROGRAM, "run", nullptr, "App", "Tools", nullptr, nullptr, nullptr));
+    EXPECT_NE(std::string(desktop_error_text()).find("install ended with status 3"), std::string::npos)
+        << desktop_error_text();
 }
 
 TEST_F(DESKTOP, menu_entry_writes_the_menu_file_and_registers_each_level)
@@ -186,4 +321,75 @@ TEST(BROWSER_COMMAND, opening_a_page_starts_the_browser_with_the_address_as_one_
     for (int i = 0; i < 100 && read_file(record).empty(); ++i)
         usleep(20000); // the browser runs detached
     EXPECT_EQ(read_file(record), "--tab\nhttp://x/a%20b?$(id)\n");
+}
+
+namespace {
+
+// A program called "festival" in its own folder that keeps running until it is killed; with
+// `record` it first writes what it reads to that file.
+std::string make_synthesiser(const TEMP_FOLDER& folder, const std::string& sub, const std::string& record)
+{
+    std::string bin = folder.file(sub);
+    mkdir(bin.c_str(), 0755);
+    std::string body = record.empty() ? "" : "cat > '" + record + "'\n";
+    write_file(bin + "/festival", "#!/bin/sh\n" + body + "while :; do sleep 1; done\n");
+    chmod((bin + "/festival").c_str(), 0755);
+    return bin;
+}
+
+int pipe_signals = 0;
+void count_pipe_signal(int) { ++pipe_signals; }
+
+} // namespace
+
+TEST(SPEECH, stop_speech_ends_only_the_speech_this_program_started)
+{
+    TEMP_FOLDER folder;
+    std::string record = folder.file("spoken.txt");
+    std::string ours = make_synthesiser(folder, "ours", record);
+    std::string other = make_synthesiser(folder, "other", "");
+    RUN_RESULT run = run_in_child(
+        [&] {
+            // Somebody else's speech, running before ours.
+            pid_t bystander = fork();
+            if (bystander == 0) {
+                execl((other + "/festival").c_str(), "festival", static_cast<char*>(nullptr));
+                _exit(127);
+            }
+            printf("%s", say("Hello, world. Bye!") ? "said " : "not said ");
+            for (int i = 0; i < 250 && read_file(record).empty(); ++i)
+                usleep(20000);
+            printf("%s", speech_is_running() ? "running " : "idle ");
+            stop_speech();
+            printf("%s", speech_is_running() ? "running " : "stopped ");
+            printf("%s", kill(bystander, 0) == 0 ? "bystander alive" : "bystander gone");
+            kill(bystander, SIGKILL);
+            waitpid(bystander, nullptr, 0);
+        },
+        { "PATH=" + ours + ":/usr/bin:/bin" });
+    EXPECT_EQ(run.output, "said running stopped bystander alive");
+    // Punctuation becomes pauses: "," a blank, ".", "!" and ";" a comma.
+    EXPECT_EQ(read_file(record), "Hello  world, Bye,");
+}
+
+TEST(SPEECH, speaking_leaves_the_programs_broken_pipe_handling_alone)
+{
+    TEMP_FOLDER folder;
+    std::string empty = folder.file("empty");
+    mkdir(empty.c_str(), 0755);
+    RUN_RESULT run = run_in_child(
+        [] {
+            signal(SIGPIPE, count_pipe_signal);
+            // No synthesiser at all: whatever the write meets, no broken pipe reaches us.
+            for (int i = 0; i < 20; ++i) {
+                (void)say("nobody hears this");
+                usleep(2000);
+            }
+            struct sigaction now;
+            sigaction(SIGPIPE, nullptr, &now);
+            printf("%s %d", now.sa_handler == count_pipe_signal ? "handler kept" : "handler lost", pipe_signals);
+            stop_speech();
+        },
+        { "PATH=" + empty });
+    EXPECT_EQ(run.output, "handler kept 0");
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "base/format.h"
 #include "io/folder.h"
 #include "graphics/font.h"
 #include "graphics/image_cache.h"
@@ -108,7 +109,7 @@ void fill(DATABASE* db)
         LANGUAGE_RECORD& language = db->languages[l];
         strcpy(language.name, l == 0 ? "en" : "de");
         for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key)
-            snprintf(language.strings[key], DATABASE_TEXT, "%s/%s", language.name, language_key_name(key));
+            ASSERT_TRUE(format_text(language.strings[key], DATABASE_TEXT, "%s/%s", language.name, language_key_name(key)));
         strcpy(language.installation_names[0], l == 0 ? "Full" : "Voll");
         strcpy(language.installation_names[1], l == 0 ? "Small" : "Klein");
         strcpy(language.licence_path, "text");
@@ -677,7 +678,7 @@ TEST(DATABASE, load_data_set_reads_the_package_and_prepares_the_run)
     EXPECT_FALSE(ok);
 }
 
-TEST(DATABASE, a_damaged_database_still_loads_with_what_it_gave)
+TEST(DATABASE, a_damaged_database_is_refused)
 {
     TEMP_FOLDER temp;
     std::unique_ptr<DATABASE> source = make_database();
@@ -691,12 +692,38 @@ TEST(DATABASE, a_damaged_database_still_loads_with_what_it_gave)
         PACKAGE package(folder, "installer.pkg", true, 1024, true, false);
         ASSERT_TRUE(package.add_file(folder, "cut.bin", "database.bin"));
     }
-    bool ok = false;
-    std::unique_ptr<DATABASE> db = load(temp, &ok);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(db->installation_count, 2);
-    EXPECT_STREQ(db->languages[0].text(LANGUAGE_KEY::COMPLETE), "en/COMPLETE");
-    EXPECT_STREQ(db->languages[1].text(LANGUAGE_KEY::QUIT_MSG), "");
+    std::unique_ptr<DATABASE> db = make_database();
+    ASSERT_TRUE(db->data_folder.set_raw(temp.path().c_str()));
+    bool damaged = false;
+    EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+    EXPECT_TRUE(damaged);
+
+    // A negative text length, with the bytes behind it whole: refused as well.
+    std::string negative = bytes;
+    size_t at = negative.find("en/COMPLETE");
+    ASSERT_NE(at, std::string::npos);
+    // The length in front of the text, big-endian or not, becomes -1.
+    negative.replace(at - 4, 4, std::string(4, '\xFF'));
+    ASSERT_TRUE(write_file(temp.file("negative.bin"), std::string(1, '\0') + negative));
+    {
+        PACKAGE package(folder, "installer.pkg", true, 1024, true, false);
+        ASSERT_TRUE(package.add_file(folder, "negative.bin", "database.bin"));
+    }
+    damaged = false;
+    EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+    EXPECT_TRUE(damaged);
+
+    // A package without the member is not damage, only missing data.
+    {
+        TEMP_FOLDER empty;
+        FOLDER empty_folder;
+        ASSERT_TRUE(empty_folder.set_raw(empty.path().c_str()));
+        { PACKAGE package(empty_folder, "installer.pkg", true, 1024, true, false); }
+        db->data_folder = empty_folder;
+        damaged = true;
+        EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+        EXPECT_FALSE(damaged);
+    }
 }
 
 TEST(DATABASE, index_file_round_trip)

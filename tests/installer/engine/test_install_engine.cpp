@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <utime.h>
 
 #include <algorithm>
@@ -270,16 +273,18 @@ TEST_F(INSTALL_ENGINE_RUN, a_blocked_folder_fails_its_file_only)
     EXPECT_NE(log().find("Installation completed with 2 errors.\n"), std::string::npos);
 }
 
-TEST_F(INSTALL_ENGINE_RUN, the_last_file_comes_before_the_shortcuts_and_unusable_records_are_silent)
+TEST_F(INSTALL_ENGINE_RUN, the_last_file_comes_before_the_shortcuts_and_a_record_never_packed_fails)
 {
-    // A record that was never packed and one for another platform: a step each, no event.
+    // A file for another platform takes its step silently. A file of this platform that the
+    // data set does not hold is a failure: the run must not report success without it.
     INSTALLATION_RECORD& main = database.installations[0];
     main.files[0].packed_name[0] = 0;
     main.files[1].platform.assign("windows");
     engine.step(&database, &reporter);
     engine.step(&database, &reporter);
     engine.step(&database, &reporter);
-    EXPECT_EQ(reporter.take(), EVENTS({ "status 0 Installing" }));
+    EXPECT_EQ(reporter.take(), EVENTS({ "status 0 Installing", "status 25 /bin/tool", "failed " + target + "/bin/tool",
+        "file_error " + target + "/bin/tool" }));
     EXPECT_EQ(engine.counter(), 3);
     // The last file, then the shortcut step at the counter equal to the total.
     engine.step(&database, &reporter);
@@ -290,9 +295,10 @@ TEST_F(INSTALL_ENGINE_RUN, the_last_file_comes_before_the_shortcuts_and_unusable
     EXPECT_FALSE(engine.done());
     engine.step(&database, &reporter);
     EXPECT_TRUE(engine.done());
-    EXPECT_EQ(log(), header() + "Installed \"" + target + "/docs/notes.txt\"\n"
+    EXPECT_EQ(log(), header() + "\"" + target + "/bin/tool\" failed to unpack ()\n"
+        "Installed \"" + target + "/docs/notes.txt\"\n"
         "create_desktop_shortcut( 1, \"tool\", \"\", \"Engine Tool\", \"null\", \"\", \"null\" );\n"
-        "Installation completed without any errors.\n");
+        "Installation completed with 1 errors.\n");
 }
 
 TEST_F(INSTALL_ENGINE_RUN, an_install_type_without_files_goes_from_header_to_closing)
@@ -381,4 +387,131 @@ TEST(INSTALL_STATUS_TEXT, variables_are_shown_from_their_first_slash)
     EXPECT_STREQ(out, "/a.bin");
     install_status_text("/opt/x/", "a.bin", out, sizeof out);
     EXPECT_STREQ(out, "/opt/x/a.bin");
+}
+
+namespace {
+
+std::string dead_part_name()
+{
+    pid_t child = fork();
+    if (child == 0)
+        _exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return ".orlu-part." + std::to_string(child) + ".zzzzzz";
+}
+
+mode_t mode_of(const std::string& path)
+{
+    struct stat facts;
+    return lstat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777 : 0;
+}
+
+bool is_link(const std::string& path)
+{
+    struct stat facts;
+    return lstat(path.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode);
+}
+
+} // namespace
+
+TEST_F(INSTALL_ENGINE_RUN, planted_links_are_replaced_or_refused_never_followed)
+{
+    std::string victims = home.make("victims");
+    ASSERT_TRUE(write_file(victims + "/file", "victim"));
+    ASSERT_TRUE(write_file(victims + "/log", "victim log"));
+    ASSERT_EQ(chmod((victims + "/file").c_str(), 0644), 0);
+    mkdir(target.c_str(), 0755);
+    mkdir((target + "/docs").c_str(), 0755);
+    // Where a file goes, where a folder goes, and where the log goes.
+    ASSERT_EQ(symlink((victims + "/file").c_str(), (target + "/docs/notes.txt").c_str()), 0);
+    ASSERT_EQ(symlink(victims.c_str(), (target + "/bin").c_str()), 0);
+    ASSERT_EQ(symlink((victims + "/log").c_str(), (target + "/install_log.txt").c_str()), 0);
+    database.installations[0].files[2].switch_user = 1;
+    database.installations[0].files[2].overwrite = OVERWRITE_ALWAYS;
+
+    ASSERT_GT(run_to_end(), 0);
+    EXPECT_EQ(read_file(victims + "/file"), "victim");
+    EXPECT_EQ(mode_of(victims + "/file"), 0644u);
+    EXPECT_EQ(read_file(victims + "/log"), "victim log");
+    EXPECT_FALSE(is_link(target + "/docs/notes.txt"));
+    EXPECT_EQ(read_file(target + "/docs/notes.txt"), "notes\n");
+    EXPECT_EQ(mode_of(target + "/docs/notes.txt"), 06755u);
+    EXPECT_FALSE(is_link(target + "/install_log.txt"));
+    EXPECT_EQ(log().find(header()), 0u);
+    // Nothing went into the linked folder, and its file failed.
+    EXPECT_NE(access((victims + "/tool").c_str(), F_OK), 0);
+    EXPECT_TRUE(is_link(target + "/bin"));
+    EXPECT_NE(log().find("\"" + target + "/bin/tool\" failed to unpack (main0001)\n"), std::string::npos) << log();
+    EXPECT_EQ(engine.error_count(), 1);
+}
+
+TEST_F(INSTALL_ENGINE_RUN, destinations_may_not_climb_out_or_reach_the_root_unless_allowed)
+{
+    std::string outside = home.temp.file("outside");
+    INSTALLATION_RECORD& main = database.installations[0];
+    strcpy(main.files[0].dest_path_from_inst_loc, "$HERE/../outside");
+    strcpy(main.files[1].dest_name, "../data.bin");
+    snprintf(main.files[2].dest_path_from_inst_loc, DATABASE_TEXT, "$ROOT1%s/rooted", home.temp.path().c_str());
+    ASSERT_GT(run_to_end(), 0);
+    EXPECT_EQ(engine.error_count(), 3);
+    EXPECT_NE(access(outside.c_str(), F_OK), 0);
+    EXPECT_NE(access((target + "/data.bin").c_str(), F_OK), 0);
+    EXPECT_NE(access(home.temp.file("rooted").c_str(), F_OK), 0);
+
+    // An install type that allows system paths may name the root; other variables are fine.
+    main.allow_system_paths = 1;
+    strcpy(main.files[0].dest_path_from_inst_loc, "$ROOT0/.config/enginefixture");
+    main.files[1].dest_name[0] = 0;
+    engine.reset();
+    ASSERT_GT(run_to_end(), 0);
+    EXPECT_EQ(engine.error_count(), 0);
+    EXPECT_EQ(read_file(home.temp.file("rooted") + "/notes.txt"), "notes\n");
+    EXPECT_EQ(read_file(home.home + "/.config/enginefixture/tool"), "#!/bin/sh\n");
+}
+
+TEST_F(INSTALL_ENGINE_RUN, a_killed_runs_part_files_are_swept_and_a_living_ones_stay)
+{
+    mkdir(target.c_str(), 0755);
+    mkdir((target + "/data").c_str(), 0755);
+    std::string dead = target + "/data/" + dead_part_name();
+    std::string living = target + "/data/.orlu-part." + std::to_string(getppid()) + ".aaaaaa";
+    ASSERT_TRUE(write_file(dead, "half a file"));
+    ASSERT_TRUE(write_file(living, "another run's file"));
+    ASSERT_GT(run_to_end(), 0);
+    EXPECT_NE(access(dead.c_str(), F_OK), 0);
+    EXPECT_EQ(read_file(living), "another run's file");
+    EXPECT_EQ(read_file(target + "/data/data.bin"), std::string(3000, 'd'));
+}
+
+TEST_F(INSTALL_ENGINE_RUN, a_stop_leaves_the_file_in_hand_as_it_was_and_the_log_says_so)
+{
+    mkdir(target.c_str(), 0755);
+    mkdir((target + "/data").c_str(), 0755);
+    ASSERT_TRUE(write_file(target + "/data/data.bin", "the old data"));
+    engine.step(&database, &reporter);
+    engine.step(&database, &reporter);
+    reporter.take();
+    host_request_stop(15);
+    engine.step(&database, &reporter);
+    host_clear_stop();
+    EXPECT_TRUE(engine.stopped());
+    EXPECT_EQ(engine.counter(), 2);
+    EXPECT_EQ(reporter.take(), EVENTS({ "status 50 /data/data.bin" }));
+    EXPECT_EQ(read_file(target + "/data/data.bin"), "the old data");
+    // No private name is left beside it.
+    DIR* listing = opendir((target + "/data").c_str());
+    ASSERT_NE(listing, nullptr);
+    int entries = 0;
+    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing))
+        entries += entry->d_name[0] != '.' || strncmp(entry->d_name, ".orlu", 5) == 0;
+    closedir(listing);
+    EXPECT_EQ(entries, 1);
+
+    engine.interrupt("SIGTERM");
+    EXPECT_TRUE(engine.at_rest());
+    EXPECT_FALSE(holds_base_path());
+    EXPECT_EQ(idle_wait(), 50);
+    EXPECT_EQ(log(), header() + "Installed \"" + target + "/bin/tool\"\n"
+        "Installation interrupted by SIGTERM after 1 of 3 files, with 0 errors.\n");
 }

@@ -120,3 +120,40 @@ TEST_F(PATCH_DIFFER, argument_faults_have_their_messages)
     EXPECT_EQ(diff("@ROOT1/nonexistent/a.pkg=@ROOT1/nonexistent/b.pkg").output,
         "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
 }
+
+TEST_F(PATCH_DIFFER, absolute_paths_and_finished_installers_are_taken_as_they_stand)
+{
+    ASSERT_TRUE(write_file(folder + "/payload/a.txt", "first"));
+    make_data_set("one", file("a.txt", "$HERE"));
+    ASSERT_TRUE(write_file(folder + "/payload/a.txt", "second"));
+    make_data_set("two", file("a.txt", "$HERE"));
+
+    // Absolute package paths, without "@" variables.
+    RUN_RESULT run = diff(folder + "/one.pkg=" + folder + "/two.pkg");
+    EXPECT_EQ(run.output,
+        "Creating File Differences\n-------------------------\n\n"
+        "First database (" + folder + "/one.pkg) was loaded ok...\n"
+        "Second database (" + folder + "/two.pkg) was loaded ok...\n"
+        "Installation (0)\n"
+        "\t\tFile changed - payload/a.txt\n"
+        "\nDone\n-------------------------\n");
+    std::string patch = read_file(folder + "/patch.xml");
+    EXPECT_NE(patch.find("src_name=\"a.txt\""), std::string::npos) << patch;
+
+    // The two finished installers themselves, the second in a folder of its own: the patch is
+    // written beside it, and it says the same as the packages' patch.
+    ASSERT_EQ(mkdir((folder + "/new").c_str(), 0755), 0);
+    ASSERT_EQ(rename((folder + "/two.run").c_str(), (folder + "/new/two.run").c_str()), 0);
+    run = diff(folder + "/one.run=" + folder + "/new/two.run");
+    EXPECT_NE(run.output.find("First database (" + folder + "/one.run) was loaded ok...\n"
+                              "Second database (" + folder + "/new/two.run) was loaded ok...\n"
+                              "Installation (0)\n\t\tFile changed - payload/a.txt\n"),
+        std::string::npos)
+        << run.output;
+    EXPECT_EQ(read_file(folder + "/new/patch.xml"), patch);
+
+    // A file that is neither is refused with the message of old.
+    ASSERT_TRUE(write_file(folder + "/plain.txt", "not a data set"));
+    run = diff(folder + "/plain.txt=" + folder + "/two.pkg");
+    EXPECT_EQ(run.output, "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
+}

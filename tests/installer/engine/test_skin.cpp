@@ -194,3 +194,34 @@ TEST(SKIN, installer_s_writes_the_skin_of_appdata_vok)
     EXPECT_EQ(toolkit_style(TOOLKIT_STYLE_BUTTON)->shading_type, 11);
     delete database;
 }
+
+TEST(SKIN, installer_s_says_what_it_could_not_read)
+{
+    TEMP_FOLDER temp;
+    std::string bin = temp.file("bin");
+    ASSERT_EQ(mkdir(bin.c_str(), 0755), 0);
+    ASSERT_EQ(mkdir((bin + "/data").c_str(), 0755), 0);
+    std::string program = bin + "/installer";
+    ASSERT_TRUE(write_file(program, read_file(installer_path())));
+    ASSERT_EQ(chmod(program.c_str(), 0755), 0);
+
+    // No tree at all: nothing is written, and the console says where the tree was looked for.
+    RUN_RESULT result = run_program(program, { "-s", "out.skin" });
+    EXPECT_EQ(result.output, "ERROR: the skin tree $APPDATA/vok (" + bin + "/data/vok) cannot be read: there is no such folder\n");
+    EXPECT_EQ(result.status, 255);
+    struct stat facts;
+    EXPECT_NE(stat((bin + "/out.skin").c_str(), &facts), 0);
+
+    // A tree with gaps: each missing file is named, and the skin is written.
+    make_tree(bin + "/data/vok", true);
+    result = run_program(program, { "-s", "out.skin" });
+    const std::string tree = bin + "/data/vok";
+    EXPECT_NE(result.output.find("WARNING: " + tree + "/menu/menu_dropdown.ss could not be read; that part of the skin keeps the built-in look\n"),
+        std::string::npos)
+        << result.output;
+    EXPECT_NE(result.output.find("WARNING: " + tree + "/icons/quit_icon could not be read"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find("/button/button.ss could not"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find("/forw_icon could not"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.substr(result.output.size() - (bin.size() + 26)), "Skin written to " + bin + "/out.skin\n");
+    EXPECT_EQ(stat((bin + "/out.skin").c_str(), &facts), 0);
+}
