@@ -119,7 +119,7 @@ snapshot() { (cd "$root" && find . -printf '%p %y %s %m\n' | sort); }
 loader_error='error while loading shared libraries'
 
 snapshot >"$work/before"
-run_in_root "" /setup -a -i /target
+run_in_root "" /setup -a -y -i /target
 status=$?
 if [ $status -ne 0 ]; then
     fail "the unattended install in the empty root exited $status:"

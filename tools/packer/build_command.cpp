@@ -36,7 +36,7 @@
 #include "installer/engine/database.h"
 #include "installer/engine/installer_options.h"
 #include "installer/engine/skin.h"
-#include "installer/engine/toolkit_look.h"
+#include "wm/core/wm_look.h"
 #include "installer_config.h"
 #include "io/package.h"
 #include "packer_common.h"
