@@ -143,7 +143,7 @@ bool stop_requested()
 INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
 {
     // Nobody is there to answer a polite question: a terminate signal ends the run like the
-    // others, after the file in hand.
+    // others.
     set_terminate_quits(true);
     host_print("Loading automatic pack...\n");
     INT_S32 last_percent = -10;
