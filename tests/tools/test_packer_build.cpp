@@ -312,6 +312,18 @@ TEST(PACKER_BUILD, bad_configurations_stop_the_build_with_file_line_and_reason)
             "installer.xml:3: 'platform' on <FILE>: \"amiga\" is not a platform" },
         { config("", "src_name=\"a.txt\" platform=\"linux:16bit\""),
             "installer.xml:3: 'platform' on <FILE>: \"16bit\" is not a word size (32bit, 64bit, unknown)" },
+        // Destinations that would lead out of their folder, which the run-time refuses too.
+        { config("", "src_name=\"a.txt\" dest_path_from_inst_loc=\"$HERE/bin/../../etc\""),
+            "installer.xml:3: 'dest_path_from_inst_loc' on <FILE> is \"$HERE/bin/../../etc\": a \"..\" element would "
+            "lead out of its folder" },
+        { config("", "src_name=\"a.txt\" system_dest_path_from_inst_loc=\"$SYSAPP/..\""),
+            "installer.xml:3: 'system_dest_path_from_inst_loc' on <FILE> is \"$SYSAPP/..\": a \"..\" element" },
+        { config("", "src_name=\"a.txt\" dest_name=\"../passwd\""),
+            "installer.xml:3: 'dest_name' on <FILE> is \"../passwd\": the installed name must be a file name" },
+        { config("", "src_name=\"..\""), "installer.xml:3: 'src_name' on <FILE> is \"..\": the installed name must be" },
+        { config("", "src_name=\"a.txt\" dest_path_from_inst_loc=\"$root1/etc\""),
+            "installer.xml:3: 'dest_path_from_inst_loc' on <FILE> is \"$root1/etc\": $ROOT1 (the file system root) "
+            "needs allow_system_paths=\"yes\" on <INSTALLATION>" },
         { config("<INSTALLER_CLIENT filename=\"installer\" platform=\"windows\"/>\n"),
             "installer.xml:1: no <INSTALLER_CLIENT> is for the platform \"linux\"" },
     };
@@ -382,6 +394,12 @@ TEST(PACKER_BUILD, path_variables_of_every_kind_are_taken)
         "<INSTALLER>\n<INSTALLATION name=\"a\" default_path=\"$root0/app\" uninstaller_path=\"../up\">\n"
         "<FILE src_name=\"a.txt\" dest_path_from_inst_loc=\"$HERE/bin\" system_dest_path_from_inst_loc=\"$SysData\"/>\n"
         "<SHORTCUT type=\"application\" exec=\"a.txt\" name=\"A\" exec_path=\"$ROOT12/x\" icon_path=\"\"/>\n"
+        "</INSTALLATION>\n</INSTALLER>\n");
+    EXPECT_EQ(run.status, 0) << run.errors;
+    // The file system root is a destination for an install type that allows system paths.
+    run = pack_config(temp,
+        "<INSTALLER>\n<INSTALLATION name=\"a\" allow_system_paths=\"yes\">\n"
+        "<FILE src_name=\"a.txt\" dest_path_from_inst_loc=\"$ROOT1/opt/a\" dest_name=\"a..b.txt\"/>\n"
         "</INSTALLATION>\n</INSTALLER>\n");
     EXPECT_EQ(run.status, 0) << run.errors;
 }

@@ -349,6 +349,46 @@ private:
                 node.tag.c_str(), value->c_str(), variable.c_str(), PATH_VARIABLES);
     }
 
+    // Where a file lands stays below its variable's folder: the run-time refuses a ".." element
+    // (the install folder's parent is not what the user chose) and the file system root ($ROOT1)
+    // unless the install type allows system paths, so an installer that would meet either is
+    // refused here, where the publisher can still change it.
+    void check_destination(const XML_NODE& node, const INSTALLATION_RECORD& installation)
+    {
+        for (const char* name : { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc" }) {
+            const std::string* value = find(node, name);
+            if (!value)
+                continue;
+            if (has_parent_element(*value))
+                error(node, "'%s' on <%s> is \"%s\": a \"..\" element would lead out of its folder", name,
+                    node.tag.c_str(), value->c_str());
+            std::string variable = value->substr(0, value->find('/'));
+            if (!installation.allow_system_paths && strcasecmp(variable.c_str(), "$ROOT1") == 0)
+                error(node, "'%s' on <%s> is \"%s\": $ROOT1 (the file system root) needs allow_system_paths=\"yes\" "
+                    "on <INSTALLATION>", name, node.tag.c_str(), value->c_str());
+        }
+        const std::string* dest_name = find(node, "dest_name");
+        const std::string* src_name = find(node, "src_name");
+        const std::string* name = dest_name && !dest_name->empty() ? dest_name : src_name;
+        if (name && (*name == "." || *name == ".." || name->find('/') != std::string::npos))
+            error(node, "'%s' on <%s> is \"%s\": the installed name must be a file name, without \"/\", \".\" or \"..\"",
+                name == dest_name ? "dest_name" : "src_name", node.tag.c_str(), name->c_str());
+    }
+
+    static bool has_parent_element(const std::string& text)
+    {
+        size_t at = 0;
+        while (at <= text.size()) {
+            size_t end = text.find('/', at);
+            if (end == std::string::npos)
+                end = text.size();
+            if (text.compare(at, end - at, "..") == 0 && end - at == 2)
+                return true;
+            at = end + 1;
+        }
+        return false;
+    }
+
     void string(const XML_NODE& node, const char* name, ORLU_STRING* field, size_t most)
     {
         const std::string* value = find(node, name);
@@ -854,6 +894,7 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
     folder_text(node, "dest_path_from_inst_loc", file->dest_path_from_inst_loc, sizeof file->dest_path_from_inst_loc);
     folder_text(node, "system_dest_path_from_inst_loc", file->system_dest_path_from_inst_loc,
         sizeof file->system_dest_path_from_inst_loc);
+    check_destination(node, *installation);
     flag(node, "stamp", &file->stamp);
     flag(node, "switch_user", &file->switch_user);
     const std::string* overwrite = find(node, "overwrite");
