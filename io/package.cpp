@@ -38,6 +38,14 @@ INT_U32 get_u32(const INT_U8* at)
     return value;
 }
 
+INT_U32 name_hash(const char* name)
+{
+    INT_U32 hash = 2166136261u;
+    for (const unsigned char* at = reinterpret_cast<const unsigned char*>(name); *at; ++at)
+        hash = (hash ^ *at) * 16777619u;
+    return hash;
+}
+
 void delete_cached_entry(void* item)
 {
     PACKAGE_ENTRY* entry = static_cast<PACKAGE_ENTRY*>(item);
@@ -203,6 +211,52 @@ void PACKAGE::free_cached_entries()
 {
     m_cached_entries.free_all();
     m_first_cached = m_last_cached = nullptr;
+    delete[] m_name_index;
+    m_name_index = nullptr;
+    m_name_index_size = 0;
+    m_name_index_count = 0;
+    m_name_index_broken = false;
+}
+
+// The cached entries by name, so that a package of many members is not walked for each look-up.
+// A name that is there already keeps its first entry, as a walk of the list would find it. When
+// memory for the table runs out the look-ups walk the list instead.
+void PACKAGE::index_name(PACKAGE_ENTRY* entry)
+{
+    if (m_name_index_broken)
+        return;
+    if ((m_name_index_count + 1) * 2 > m_name_index_size) {
+        INT_U32 size = m_name_index_size ? m_name_index_size * 2 : 64;
+        PACKAGE_ENTRY** table = new (std::nothrow) PACKAGE_ENTRY*[size]();
+        if (!table || size < m_name_index_size) {
+            delete[] table;
+            delete[] m_name_index;
+            m_name_index = nullptr;
+            m_name_index_size = m_name_index_count = 0;
+            m_name_index_broken = true;
+            return;
+        }
+        for (INT_U32 i = 0; i < m_name_index_size; ++i) {
+            PACKAGE_ENTRY* held = m_name_index[i];
+            if (!held)
+                continue;
+            INT_U32 slot = name_hash(held->name) & (size - 1);
+            while (table[slot])
+                slot = (slot + 1) & (size - 1);
+            table[slot] = held;
+        }
+        delete[] m_name_index;
+        m_name_index = table;
+        m_name_index_size = size;
+    }
+    INT_U32 slot = name_hash(entry->name) & (m_name_index_size - 1);
+    while (m_name_index[slot]) {
+        if (strcmp(m_name_index[slot]->name, entry->name) == 0)
+            return;
+        slot = (slot + 1) & (m_name_index_size - 1);
+    }
+    m_name_index[slot] = entry;
+    ++m_name_index_count;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -307,6 +361,7 @@ bool PACKAGE::load_cached_index()
         else
             m_first_cached = entry;
         m_last_cached = entry;
+        index_name(entry);
         position = entry->next_entry;
     }
     return true;
@@ -314,6 +369,15 @@ bool PACKAGE::load_cached_index()
 
 PACKAGE_ENTRY* PACKAGE::find_cached(const char* name) const
 {
+    if (m_name_index) {
+        INT_U32 slot = name_hash(name) & (m_name_index_size - 1);
+        for (PACKAGE_ENTRY* entry = m_name_index[slot]; entry; entry = m_name_index[slot]) {
+            if (strcmp(entry->name, name) == 0)
+                return entry;
+            slot = (slot + 1) & (m_name_index_size - 1);
+        }
+        return nullptr;
+    }
     for (PACKAGE_ENTRY* entry = m_first_cached; entry; entry = entry->next) {
         if (strcmp(entry->name, name) == 0)
             return entry;
@@ -400,6 +464,7 @@ bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
         else
             m_first_cached = cached;
         m_last_cached = cached;
+        index_name(cached);
         if (!m_first_entry)
             m_first_entry = entry->position;
         m_last_entry = entry->position;

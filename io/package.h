@@ -141,6 +141,7 @@ private:
     bool write_entry(const PACKAGE_ENTRY& entry);
     bool load_cached_index();
     PACKAGE_ENTRY* find_cached(const char* name) const;
+    void index_name(PACKAGE_ENTRY* entry);
     bool add_entry(const char* name, PACKAGE_ENTRY* entry);
     bool update_entry(const PACKAGE_ENTRY& entry);
     bool allocate_block(PACKAGE_ENTRY* entry, INT_U32* position);
@@ -170,6 +171,11 @@ private:
     bool m_cached_index { false };
     bool m_read_only { false };
     PTRARRAY m_cached_entries;
+    // Open addressing over the cached entries, at most half full; null without a cached index.
+    PACKAGE_ENTRY** m_name_index { nullptr };
+    INT_U32 m_name_index_size { 0 };
+    INT_U32 m_name_index_count { 0 };
+    bool m_name_index_broken { false };
 
     FOLDER m_folder;
     char m_file_name[256] {};

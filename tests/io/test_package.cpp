@@ -277,3 +277,41 @@ TEST_F(PACKAGE_FILE, damaged_packages_fail_cleanly)
             package.extract_file(folder, "out.bin", "data");
     }
 }
+
+TEST_F(PACKAGE_FILE, many_members_are_found_by_name_with_and_without_the_cached_index)
+{
+    // Enough members for the name table to grow several times; names that differ only at the
+    // end, as packed names do.
+    const int count = 3000;
+    {
+        PACKAGE package(folder, "many.pkg", true, 64, true, false);
+        ASSERT_TRUE(package.is_open());
+        for (int i = 0; i < count; ++i) {
+            write("source", pattern(static_cast<size_t>(i % 200), i));
+            char name[32];
+            snprintf(name, sizeof name, "main%04X", i);
+            ASSERT_TRUE(package.add_file(folder, "source", name)) << name;
+        }
+        // Replacing a member keeps it findable and gives the new bytes.
+        write("source", "replaced");
+        ASSERT_TRUE(package.add_file(folder, "source", "main0100"));
+        EXPECT_FALSE(package.has_member("main0BB8"));
+        EXPECT_FALSE(package.has_member("main"));
+    }
+    for (bool cached : { true, false }) {
+        PACKAGE package(folder, "many.pkg", false, 0, cached, true);
+        ASSERT_TRUE(package.is_open());
+        for (int i : { 0, 1, 255, 1999, 2999 }) {
+            char name[32];
+            snprintf(name, sizeof name, "main%04X", i);
+            INT_U64 size = 0;
+            ASSERT_TRUE(package.member_size(name, &size)) << name;
+            EXPECT_EQ(size, static_cast<INT_U64>(i % 200)) << name;
+            ASSERT_TRUE(package.extract_file(folder, "out", name));
+            EXPECT_EQ(read_file(path("out")), pattern(static_cast<size_t>(i % 200), i)) << name;
+        }
+        ASSERT_TRUE(package.extract_file(folder, "out", "main0100"));
+        EXPECT_EQ(read_file(path("out")), "replaced");
+        EXPECT_FALSE(package.has_member("main0BB8"));
+    }
+}
