@@ -20,7 +20,8 @@
 namespace bench {
 
 struct RUN {
-    bool ok { false };
+    bool ok { false };  // exit status 0
+    int status { -1 };  // the exit status, -1 when the program did not end by itself
     double seconds { 0 };
     long peak_kib { 0 }; // the child's peak resident memory
 };
@@ -56,7 +57,8 @@ inline RUN run(const std::vector<std::string>& words, const std::string& output 
     wait4(pid, &status, 0, &usage);
     RUN result;
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    result.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.ok = result.status == 0;
     result.peak_kib = usage.ru_maxrss;
     return result;
 }
@@ -142,9 +144,10 @@ inline std::vector<std::string> files_under(const std::string& root, TREE_SIZE* 
     return files;
 }
 
-// <FILE> elements for every file under each of `roots`: the source by its absolute path, the
-// destination "$HERE/<last name of the root>/<path inside it>".
-inline std::string file_elements(const std::vector<std::string>& roots, TREE_SIZE* size)
+// <FILE> elements for every file under each of `roots`: the source by its absolute path (or
+// relative to `base`, the configuration's folder, when given), the destination
+// "$HERE/<last name of the root>/<path inside it>".
+inline std::string file_elements(const std::vector<std::string>& roots, TREE_SIZE* size, const std::string& base = "")
 {
     std::string xml;
     for (const std::string& root : roots) {
@@ -153,6 +156,8 @@ inline std::string file_elements(const std::vector<std::string>& roots, TREE_SIZ
             size_t slash = path.find_last_of('/');
             std::string folder = path.substr(0, slash);
             std::string inside = folder.size() > root.size() ? folder.substr(root.size()) : "";
+            if (!base.empty() && folder.compare(0, base.size() + 1, base + "/") == 0)
+                folder = folder.substr(base.size() + 1);
             xml += "\t\t<FILE src_name=\"" + xml_text(path.substr(slash + 1)) + "\" src_path_from_xml=\""
                 + xml_text(folder) + "\" dest_path_from_inst_loc=\"$HERE/" + xml_text(top + inside) + "\"/>\n";
         }

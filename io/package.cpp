@@ -5,6 +5,7 @@
 // [SECTION] Header, root and entries
 // [SECTION] Blocks and chains
 // [SECTION] Members in and out
+// [SECTION] Members read in place
 // [SECTION] Members as devices
 
 #include "io/package.h"
@@ -769,6 +770,69 @@ bool PACKAGE::list_members(MEMBER_CALLBACK callback, void* context)
     }
     free(entry.name);
     return ok;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Members read in place
+// ---------------------------------------------------------------------------------------------
+
+PACKAGE_MEMBER_READER::~PACKAGE_MEMBER_READER() { delete[] m_payload; }
+
+bool PACKAGE_MEMBER_READER::open(PACKAGE* package, const char* member_name)
+{
+    m_package = nullptr;
+    m_next = m_used = m_offset = m_blocks = 0;
+    m_failed = false;
+    if (!package || !package->m_device)
+        return package ? package->fail(ERROR_PACKAGE_NOT_OPEN, nullptr) : set_last_error(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    PACKAGE_ENTRY entry;
+    if (!package->find_entry(member_name, &entry))
+        return package->fail(ERROR_MEMBER_NOT_FOUND, member_name);
+    delete[] m_payload;
+    m_payload = new (std::nothrow) INT_U8[package->m_block_size];
+    if (!m_payload)
+        return package->fail(ERROR_PACKAGE_MEMORY, nullptr);
+    m_package = package;
+    m_next = entry.first_block;
+    return true;
+}
+
+INT_S32 PACKAGE_MEMBER_READER::read(void* buffer, INT_S32 size)
+{
+    if (!m_package || m_failed)
+        return m_failed ? -1 : 0;
+    INT_U8* out = static_cast<INT_U8*>(buffer);
+    INT_S32 done = 0;
+    while (done < size) {
+        if (m_offset == m_used) {
+            if (!m_next)
+                break;
+            // The package's block buffer is shared by everything that reads it: the payload is
+            // copied out before anything else can use it.
+            INT_U32 next = 0, used = 0;
+            if (++m_blocks > m_package->most_blocks()) {
+                m_failed = true;
+                m_package->fail(ERROR_READ, "member chain loops");
+                return -1;
+            }
+            if (!m_package->read_block(m_next, &next, &used)) {
+                m_failed = true;
+                return -1;
+            }
+            memcpy(m_payload, m_package->m_block_buffer + 4, used);
+            m_next = next;
+            m_used = used;
+            m_offset = 0;
+            continue;
+        }
+        INT_U32 wanted = static_cast<INT_U32>(size - done);
+        INT_U32 held = m_used - m_offset;
+        INT_U32 take = wanted < held ? wanted : held;
+        memcpy(out + done, m_payload + m_offset, take);
+        m_offset += take;
+        done += static_cast<INT_S32>(take);
+    }
+    return done;
 }
 
 // ---------------------------------------------------------------------------------------------
