@@ -226,6 +226,21 @@ private:
         memcpy(field, value->c_str(), value->size() + 1);
     }
 
+    // A file record's text, checked as a field of DATABASE_TEXT and kept in the database's
+    // arena.
+    void text(const XML_NODE& node, const char* name, const char** field)
+    {
+        char buffer[DATABASE_TEXT] = {};
+        if (!find(node, name))
+            return;
+        text(node, name, buffer, sizeof buffer);
+        const char* stored = m_db->file_texts.store(buffer);
+        if (!stored)
+            error(node, "out of memory");
+        else
+            *field = stored;
+    }
+
     void string(const XML_NODE& node, const char* name, ORLU_STRING* field, size_t most)
     {
         const std::string* value = find(node, name);
@@ -733,12 +748,11 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
     if (!required(node, "src_name"))
         return;
     platform(node, "platform", &file->platform);
-    text(node, "src_name", file->src_name, sizeof file->src_name);
-    text(node, "dest_name", file->dest_name, sizeof file->dest_name);
-    text(node, "src_path_from_xml", file->src_path_from_xml, sizeof file->src_path_from_xml);
-    text(node, "dest_path_from_inst_loc", file->dest_path_from_inst_loc, sizeof file->dest_path_from_inst_loc);
-    text(node, "system_dest_path_from_inst_loc", file->system_dest_path_from_inst_loc,
-        sizeof file->system_dest_path_from_inst_loc);
+    text(node, "src_name", &file->src_name);
+    text(node, "dest_name", &file->dest_name);
+    text(node, "src_path_from_xml", &file->src_path_from_xml);
+    text(node, "dest_path_from_inst_loc", &file->dest_path_from_inst_loc);
+    text(node, "system_dest_path_from_inst_loc", &file->system_dest_path_from_inst_loc);
     flag(node, "stamp", &file->stamp);
     flag(node, "switch_user", &file->switch_user);
     const std::string* overwrite = find(node, "overwrite");
@@ -753,7 +767,13 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
             error(node, "'overwrite' on <FILE> must be \"always\", \"older\" or \"absent\", not \"%s\"",
                 overwrite->c_str());
     }
-    snprintf(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1);
+    char packed_name[DATABASE_TEXT];
+    snprintf(packed_name, sizeof packed_name, "%s%04X", installation->name, index + 1);
+    file->packed_name = m_db->file_texts.store_once(packed_name);
+    if (!file->packed_name) {
+        file->packed_name = "";
+        error(node, "out of memory");
+    }
     std::string source = resolve(file->src_path_from_xml, file->src_name);
     need_file(node, source);
     m_plan->members.push_back(PACK_MEMBER { file->packed_name, source, node.line });
