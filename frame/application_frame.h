@@ -66,6 +66,9 @@ SHUTDOWN_REQUEST_HANDLER shutdown_request_handler();
 void install_signal_handlers();
 void handle_pending_signals();
 void handle_signal_now(int signal_number);
+// SIGTERM is a polite question to the shutdown request handler, unless this is set: then it ends
+// the run as SIGINT does, for runs with nobody to ask (the unattended install).
+void set_terminate_quits(bool quits);
 
 // Runs the frame from the process entry to its end with the given application; answers the
 // process status. The application's main calls it and returns what it answers.

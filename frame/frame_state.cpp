@@ -13,23 +13,29 @@ char** environment = nullptr;
 
 namespace {
 SHUTDOWN_REQUEST_HANDLER request_handler = nullptr;
+volatile sig_atomic_t terminate_quits = 0;
 
 constexpr int handled_signals[] = { SIGHUP, SIGINT, SIGQUIT, SIGABRT, SIGPIPE, SIGTERM, SIGWINCH };
 
 bool enforces_quit(int signal_number)
 {
     return signal_number == SIGHUP || signal_number == SIGINT || signal_number == SIGQUIT
-        || signal_number == SIGABRT || signal_number == SIGPIPE;
+        || signal_number == SIGABRT || signal_number == SIGPIPE || (signal_number == SIGTERM && terminate_quits);
 }
 
-// Runs inside the signal handler: only the quit flag may be touched here; the host keeps the
-// signal pending for the main loop.
+// Runs inside the signal handler: only the quit flag and the host's stop request may be touched
+// here; the host keeps the signal pending for the main loop. The stop request reaches the long
+// loops of the layers below at once, before the main loop comes round again.
 void on_signal(int signal_number)
 {
-    if (enforces_quit(signal_number))
+    if (enforces_quit(signal_number)) {
         quit_requested = 1;
+        host_request_stop(signal_number);
+    }
 }
 } // namespace
+
+void set_terminate_quits(bool quits) { terminate_quits = quits ? 1 : 0; }
 
 void set_shutdown_request_handler(SHUTDOWN_REQUEST_HANDLER handler) { request_handler = handler; }
 SHUTDOWN_REQUEST_HANDLER shutdown_request_handler() { return request_handler; }

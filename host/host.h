@@ -7,6 +7,8 @@
 // Prints on standard output and flushes.
 void host_print(const char* text);
 void host_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Prints on standard error and flushes.
+void host_print_error(const char* text);
 
 // Shows a message in a box outside any window, falling back to the console when no message
 // program can run. Tools are started with an argument vector, never through a shell.
@@ -56,6 +58,18 @@ void set_idle_wait(INT_S32 milliseconds);
 // is ignored from then on.
 void host_catch_signals(const int* signals, INT_S32 count, void (*on_signal)(int signal_number));
 [[nodiscard]] int host_take_pending_signal();
+
+// A stop of the run, asked for by a signal that ends it. Every long loop (checking, unpacking,
+// walking a package, extracting, packing) looks at host_stop_requested and gives up with a
+// failure, so that its caller's usual clean-up runs and the run ends soon. host_request_stop may
+// be called inside a signal handler; the first signal is kept.
+void host_request_stop(int signal_number);
+[[nodiscard]] bool host_stop_requested();
+// The signal that asked for the stop, 0 when none did.
+[[nodiscard]] int host_stop_signal();
+void host_clear_stop();
+// "SIGINT", "SIGTERM", ...; "signal N" for others (shared buffer).
+const char* host_signal_name(int signal_number);
 
 // The full path of the running executable, through the link the system keeps for it. False when
 // it cannot be read or does not fit.

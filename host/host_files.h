@@ -26,12 +26,19 @@ enum HOST_SORT : INT_S32 {
 // the executable cannot be read or the path does not fit `size`.
 [[nodiscard]] bool host_own_folder(char* out, size_t size);
 
-// A folder that only this user can write, for the run's temporary files: `candidate` itself when
-// it is a real folder owned by this user and writable by nobody else (made now, mode 0700, when
-// missing and `create` is set); otherwise, with `create`, a fresh folder beside it
-// ("<candidate>-XXXXXX", removed at exit when empty). A symbolic link is never used. The answer
-// for a candidate is remembered for the rest of the run. `out` holds ORLU_MAX_PATH bytes.
-[[nodiscard]] bool host_private_temp_folder(const char* candidate, bool create, char* out);
+// The run's private temporary folder, one for each run of a program: made on first use (with
+// `create`) by mkdtemp, mode 0700, as "<base>/<name>.<host>.<pid>.XXXXXX". The base is
+// "<home>/tmp" when that is a folder only this user (or root) can change, else $TMPDIR when it
+// is such a folder or a sticky one, else /tmp; never the program's own folder. Before the folder
+// is made, folders of the same name and host that belong to this user and whose process is gone
+// (a run that was killed) are removed. The folder is removed with everything in it when the
+// process exits, by host_remove_run_temp_folder or at exit; a kill -9 leaves it for the next run.
+// The same folder is answered for the rest of the run, unless the home changes. `out` holds
+// ORLU_MAX_PATH bytes. False when no folder can be had.
+[[nodiscard]] bool host_run_temp_folder(const char* home, const char* name, bool create, char* out);
+// Removes the run's temporary folder and everything in it, links as links. Only the process
+// that made it removes it (a forked child does not); safe to call when there is none.
+void host_remove_run_temp_folder();
 
 // The application name used when none is given, in a shared buffer.
 const char* host_application_name();
@@ -46,6 +53,10 @@ const char* host_application_name();
 [[nodiscard]] bool host_path_taken(const char* path);
 // True when the file opens for reading.
 [[nodiscard]] bool host_file_opens(const char* path);
+// True when the path names a regular file (following links): not a folder, FIFO or device.
+[[nodiscard]] bool host_is_regular_file(const char* path);
+// True when both paths name the same existing file (the same device and inode).
+[[nodiscard]] bool host_same_file(const char* first, const char* second);
 
 // --- Folders ----------------------------------------------------------------------------------
 
@@ -82,6 +93,47 @@ struct HOST_FILE_INFO {
 };
 // False when the path cannot be looked at.
 [[nodiscard]] bool host_file_info(const char* path, HOST_FILE_INFO* info);
+
+// --- Writing below a folder without following links -----------------------------------------
+// A caller that must not be led elsewhere by a link someone planted (an installer running as
+// root in a folder that others can write) opens its starting folder once and goes on from the
+// descriptor, one name at a time. Descriptors are closed with host_close_descriptor.
+
+// Opens the folder `path`; links within the path itself are followed (it is where the caller
+// chose to start). -1 when it is not a folder.
+[[nodiscard]] int host_open_folder(const char* path);
+// Enters the folder `name` (one element, never "." or "..") below the open folder without
+// following a link; with `create` a missing one is made (mode 0777 less the umask) and entered.
+// -1 when the name is a link, is not a folder or cannot be made.
+[[nodiscard]] int host_enter_folder_at(int folder, const char* name, bool create);
+// The entry `name` of the open folder as it stands: a link is described as itself. False when
+// there is none.
+[[nodiscard]] bool host_file_info_at(int folder, const char* name, HOST_FILE_INFO* info);
+// Makes a new, empty file of this process in the open folder, named ".orlu-part.<pid>.XXXXXX"
+// (mode 0600, made exclusively, so no link or file of anyone else is ever opened), and answers
+// a descriptor for writing; -1 on failure. The name goes to `name` (at least 40 bytes).
+[[nodiscard]] int host_create_part_file_at(int folder, char* name, size_t size);
+// The mode a new file gets from the umask: 0666 less it.
+[[nodiscard]] INT_U32 host_new_file_mode();
+// Writes everything or answers false.
+[[nodiscard]] bool host_write_descriptor(int descriptor, const void* bytes, size_t size);
+// fchmod of the open file.
+[[nodiscard]] bool host_set_descriptor_mode(int descriptor, INT_U32 mode);
+// Closes, answering false when the system reports a write that failed late.
+[[nodiscard]] bool host_finish_descriptor(int descriptor);
+// renameat within the open folder: `to` is replaced as an entry (a link there is replaced, never
+// followed); a folder under `to` is not replaced.
+[[nodiscard]] bool host_rename_at(int folder, const char* from, const char* to);
+// unlinkat of a file or a link in the open folder.
+bool host_delete_at(int folder, const char* name);
+// Opens the regular file `name` of the open folder for appending, without following a link; -1
+// when it is missing, a link or anything but a regular file.
+[[nodiscard]] int host_open_append_at(int folder, const char* name);
+// Removes the part files that processes which no longer run left in the open folder (a run that
+// was killed while writing). Answers how many went.
+INT_S32 host_remove_stale_parts_at(int folder);
+// The device and inode of the open folder, to tell folders apart.
+[[nodiscard]] bool host_folder_identity(int folder, INT_U64* device, INT_U64* inode);
 
 // --- Listings ---------------------------------------------------------------------------------
 

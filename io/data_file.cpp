@@ -401,6 +401,23 @@ bool DATA_FILE::flush()
     return ok;
 }
 
+bool DATA_FILE::read_at(INT_U32 offset, void* buffer, INT_S32 size)
+{
+    if (!m_stream || !buffer || size <= 0)
+        return false;
+    INT_U64 target = static_cast<INT_U64>(offset) + marker();
+    INT_U64 cache_start = m_file_position;
+    INT_U64 cache_end = cache_start + static_cast<INT_U64>(m_cache_fill);
+    if (target >= cache_start && target + static_cast<INT_U64>(size) <= cache_end) {
+        memcpy(buffer, m_cache + (target - cache_start), static_cast<size_t>(size));
+        return true;
+    }
+    bool near = target >= cache_start && target < cache_end + static_cast<INT_U64>(m_cache_size);
+    if (near || m_cache_dirty || m_gz_stream || m_mode == FILE_WRITE || target > 0xFFFFFFFFu)
+        return seek(offset, false) && read(buffer, size) == size;
+    return layer_read_at(static_cast<INT_U32>(target), buffer, size) == size;
+}
+
 bool DATA_FILE::seek(INT_U32 offset, bool from_end)
 {
     if (!m_stream)

@@ -51,6 +51,12 @@ public:
     INT_S32 write(const void* buffer, INT_S32 size) override;
     // Writes the cache out; the logical position does not move. False on a short write.
     bool flush();
+    // Reads `size` bytes at the logical position `offset`, for walks that jump about a file:
+    // bytes in the cache come from it, bytes just behind it fill the cache as read does, and a
+    // piece far from it is read on its own, so a jump costs its own bytes rather than a whole
+    // cache. The logical position afterwards is unspecified; seek before the next read. False
+    // on a short read.
+    [[nodiscard]] bool read_at(INT_U32 offset, void* buffer, INT_S32 size);
 
     // True without a file; otherwise true when nothing is left to read.
     [[nodiscard]] bool at_end();

@@ -13,26 +13,9 @@ namespace {
 
 bool temp_default(FOLDER* folder, const char* name, bool create)
 {
-    char base[ORLU_MAX_PATH];
-    snprintf(base, sizeof base, "%s/tmp", home_directory());
-    if (!host_is_folder(base))
-        snprintf(base, sizeof base, "/tmp");
-    // One element only: the name must not lead anywhere but into the base.
-    char element[256];
-    snprintf(element, sizeof element, "%.255s", name);
-    for (char* c = element; *c; ++c) {
-        if (*c == '/')
-            *c = '-';
-    }
-    if (!element[0] || !strcmp(element, ".") || !strcmp(element, ".."))
-        return false;
-    char candidate[ORLU_MAX_PATH];
     char chosen[ORLU_MAX_PATH];
-    if (snprintf(candidate, sizeof candidate, "%s/%s", base, element) >= ORLU_MAX_PATH)
-        return false;
-    return host_private_temp_folder(candidate, create, chosen) && folder->set_raw(chosen);
+    return host_run_temp_folder(home_directory(), name, create, chosen) && folder->set_raw(chosen);
 }
-
 
 // Makes "$HERE/<text>" from `base`, or nothing. The folder changes only on success.
 bool make_from(FOLDER* folder, const char* base, const char* text)

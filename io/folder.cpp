@@ -350,14 +350,13 @@ bool FOLDER::resolve_builtin(const char* name, bool create, bool no_fallback, bo
         return !no_fallback;
     }
     if (!strcasecmp(bare, "TEMP")) {
-        // The temporary folder is always made.
-        if (host_look_up(HOST_TEMP, true, no_fallback, skip_host, &fall_back))
+        // The temporary folder is always made, and only where nobody else can change it: never
+        // beside the program, whose folder others may be able to write.
+        FOLDER found(*this);
+        if (default_folder_path(&found, HOST_TEMP, base_override_set && base_app_name[0] ? base_app_name : nullptr, true)) {
+            *this = found;
             return true;
-        set_app();
-        if (!fall_back)
-            return false;
-        if (enter("temp", true))
-            return true;
+        }
         set_app();
         return false;
     }

@@ -17,6 +17,7 @@
 
 #include "base/debug_stream.h"
 #include "base/error_report.h"
+#include "host/host.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Helpers
@@ -313,7 +314,17 @@ bool PACKAGE::read_entry_at(INT_U32 position, PACKAGE_ENTRY* entry, bool with_na
     if (!device_read(m_device, &entry->first_block) || !device_read(m_device, &entry->last_block)
         || !device_read(m_device, &entry->next_entry) || !device_read(m_device, &entry->reserved))
         return fail(ERROR_READ, m_file_name);
+    entry->end = position + ENTRY_FIXED_SIZE + name_length;
     return true;
+}
+
+// Entries are only ever appended at the end of the file, so in a sound list each one lies
+// behind the one before. Holding the list to that makes every walk of it a forward pass through
+// the file: it ends within the file's length, reads each byte once, and a list that turns back
+// (a loop, however long) is caught at the turn.
+bool PACKAGE::next_entry_follows(const PACKAGE_ENTRY& entry) const
+{
+    return entry.next_entry == 0 || entry.next_entry >= entry.end;
 }
 
 bool PACKAGE::write_entry(const PACKAGE_ENTRY& entry)
@@ -344,14 +355,13 @@ bool PACKAGE::load_cached_index()
 {
     free_cached_entries();
     INT_U32 position = m_first_entry;
-    // Each entry takes at least its fixed part, so more entries than that is a loop.
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
-    for (INT_U32 count = 0; position != 0; ++count) {
-        if (count >= most)
-            return fail(ERROR_READ, "entry list loops");
+    while (position != 0) {
+        if (host_stop_requested())
+            return fail(ERROR_READ, "interrupted");
         PACKAGE_ENTRY* entry = new (std::nothrow) PACKAGE_ENTRY();
         if (!entry)
             return fail(ERROR_PACKAGE_MEMORY, nullptr);
+        set_last_error(ERROR_NONE, nullptr);
         if (!read_entry_at(position, entry, true) || !m_cached_entries.add(entry)) {
             bool memory = last_error_code() == ERROR_NONE;
             delete_cached_entry(entry);
@@ -363,6 +373,8 @@ bool PACKAGE::load_cached_index()
             m_first_cached = entry;
         m_last_cached = entry;
         index_name(entry);
+        if (!next_entry_follows(*entry))
+            return fail(ERROR_READ, "entry list loops");
         position = entry->next_entry;
     }
     return true;
@@ -400,14 +412,13 @@ bool PACKAGE::find_entry(const char* name, PACKAGE_ENTRY* entry_out)
         return found != nullptr;
     }
     size_t wanted = strlen(name);
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
     INT_U32 position = m_first_entry;
     PACKAGE_ENTRY entry;
     char* buffer = static_cast<char*>(malloc(PACKAGE_MAX_NAME + 1));
     if (!buffer)
         return fail(ERROR_PACKAGE_MEMORY, nullptr);
     bool found = false;
-    for (INT_U32 count = 0; position != 0 && count < most; ++count) {
+    while (position != 0 && !host_stop_requested()) {
         INT_U32 name_length = 0;
         if (!position_fits(position, ENTRY_FIXED_SIZE) || !m_device->seek(position, false)
             || !device_read(m_device, &name_length) || name_length > PACKAGE_MAX_NAME
@@ -422,6 +433,9 @@ bool PACKAGE::find_entry(const char* name, PACKAGE_ENTRY* entry_out)
             found = true;
             break;
         }
+        entry.end = position + ENTRY_FIXED_SIZE + name_length;
+        if (!next_entry_follows(entry))
+            break;
         position = entry.next_entry;
     }
     free(buffer);
@@ -495,8 +509,8 @@ bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
 // Reads one block into the block buffer; its payload starts at m_block_buffer + 4.
 bool PACKAGE::read_block(INT_U32 position, INT_U32* next, INT_U32* used)
 {
-    if (!position_fits(position, m_block_size + 8) || !m_device->seek(position, false)
-        || !device_read_bytes(m_device, m_block_buffer, static_cast<INT_S32>(m_block_size + 8)))
+    if (!position_fits(position, m_block_size + 8)
+        || !m_device->read_at(position, m_block_buffer, static_cast<INT_S32>(m_block_size + 8)))
         return fail(ERROR_READ, m_file_name);
     *next = get_u32(m_block_buffer);
     *used = get_u32(m_block_buffer + 4 + m_block_size);
@@ -586,19 +600,45 @@ bool PACKAGE::free_chain(PACKAGE_ENTRY* entry)
 
 bool PACKAGE::chain_size(const PACKAGE_ENTRY& entry, INT_U64* size)
 {
-    *size = 0;
+    return walk_chain(entry, nullptr, nullptr, size);
+}
+
+// Walks a member's chain block by block, handing each block's bytes to `sink` when there is one.
+// A chain that comes back on itself is found in time linear in its length, whatever its shape
+// (Brent's method: one block is remembered, and the mark moves on to the current block each
+// time the number of steps since the last move reaches the next power of two; a loop brings the
+// walk back to the mark within twice its length plus the lead-in). A chain longer than the file
+// has room for is damaged too.
+bool PACKAGE::walk_chain(const PACKAGE_ENTRY& entry, PACKAGE_SINK sink, void* context, INT_U64* size)
+{
+    INT_U64 total = 0;
     INT_U32 position = entry.first_block;
+    INT_U32 mark = 0;
+    INT_U32 steps_since_mark = 0;
+    INT_U32 next_move = 1;
+    INT_U32 most = most_blocks();
     for (INT_U32 count = 0; position; ++count) {
-        if (count >= most_blocks())
+        if (host_stop_requested())
+            return fail(ERROR_READ, "interrupted");
+        if (position == mark || count >= most)
             return fail(ERROR_READ, "member chain loops");
+        if (++steps_since_mark == next_move) {
+            mark = position;
+            steps_since_mark = 0;
+            next_move = next_move < 0x80000000u ? next_move * 2 : next_move;
+        }
         INT_U32 next = 0, used = 0;
-        if (!position_fits(position, m_block_size + 8) || !m_device->seek(position, false)
-            || !device_read(m_device, &next) || !m_device->seek(position + 4 + m_block_size, false)
-            || !device_read(m_device, &used) || used > m_block_size)
-            return fail(ERROR_READ, m_file_name);
-        *size += used;
+        if (!read_block(position, &next, &used))
+            return false;
+        if (sink && used > 0 && !sink(m_block_buffer + 4, used, context))
+            return false;
+        total += used;
+        if (size)
+            *size = total;
         position = next;
     }
+    if (size)
+        *size = total;
     return true;
 }
 
@@ -657,6 +697,10 @@ bool PACKAGE::add_file(const FOLDER& folder, const char* file_name, const char* 
     // A block is allocated before the read, so a source that is a whole number of blocks long
     // ends with one empty block, which readers skip.
     while (ok && !source->at_end()) {
+        if (host_stop_requested()) {
+            ok = fail(ERROR_READ, "interrupted");
+            break;
+        }
         INT_U32 block = 0;
         if (!allocate_block(entry, &block)) {
             ok = false;
@@ -704,32 +748,38 @@ bool PACKAGE::extract_file(const FOLDER& folder, const char* file_name, const ch
     if (!output)
         return fail(ERROR_CREATE, file_name);
 
-    bool ok = true;
-    INT_U64 done = 0;
-    INT_U32 position = entry.first_block;
-    for (INT_U32 count = 0; position; ++count) {
-        if (count >= most_blocks()) {
-            ok = fail(ERROR_READ, "member chain loops");
-            break;
-        }
-        INT_U32 next = 0, used = 0;
-        if (!read_block(position, &next, &used)) {
-            ok = false;
-            break;
-        }
-        if (used > 0 && !device_write_bytes(output, m_block_buffer + 4, static_cast<INT_S32>(used))) {
-            ok = fail(ERROR_WRITE, file_name);
-            break;
-        }
-        done += used;
-        if (progress)
-            progress(this, static_cast<INT_U32>(done), static_cast<INT_U32>(total), context);
-        position = next;
-    }
+    struct TO_FILE {
+        PACKAGE* package;
+        DATA_FILE* output;
+        const char* file_name;
+        PACKAGE_PROGRESS progress;
+        void* context;
+        INT_U64 done;
+        INT_U64 total;
+    } to_file { this, output, file_name, progress, context, 0, total };
+    bool ok = walk_chain(entry, [](const void* bytes, INT_U32 used, void* target) {
+        TO_FILE* to = static_cast<TO_FILE*>(target);
+        if (!device_write_bytes(to->output, bytes, static_cast<INT_S32>(used)))
+            return to->package->fail(ERROR_WRITE, to->file_name);
+        to->done += used;
+        if (to->progress)
+            to->progress(to->package, static_cast<INT_U32>(to->done), static_cast<INT_U32>(to->total), to->context);
+        return true;
+    }, &to_file, nullptr);
     if (!output->close() && ok)
         ok = fail(ERROR_WRITE, file_name);
     FOLDER::close_data_file(&output);
     return ok;
+}
+
+bool PACKAGE::read_member(const char* member_name, PACKAGE_SINK sink, void* context)
+{
+    if (!m_device)
+        return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    PACKAGE_ENTRY entry;
+    if (!member_name || !find_entry(member_name, &entry))
+        return fail(ERROR_MEMBER_NOT_FOUND, member_name ? member_name : "");
+    return walk_chain(entry, sink, context, nullptr);
 }
 
 bool PACKAGE::member_size(const char* name, INT_U64* size)
@@ -754,18 +804,15 @@ bool PACKAGE::list_members(MEMBER_CALLBACK callback, void* context)
         }
         return true;
     }
-    INT_U32 most = m_device->size() / ENTRY_FIXED_SIZE + 1;
     PACKAGE_ENTRY entry;
     bool ok = true;
     INT_U32 position = m_first_entry;
-    for (INT_U32 count = 0; position && ok; ++count) {
-        if (count >= most) {
-            ok = fail(ERROR_READ, "entry list loops");
-            break;
-        }
+    while (position && ok) {
         ok = read_entry_at(position, &entry, true) && chain_size(entry, &size);
         if (ok)
             callback(entry.name, size, context);
+        if (ok && !next_entry_follows(entry))
+            ok = fail(ERROR_READ, "entry list loops");
         position = entry.next_entry;
     }
     free(entry.name);
@@ -782,6 +829,8 @@ bool PACKAGE_MEMBER_READER::open(PACKAGE* package, const char* member_name)
 {
     m_package = nullptr;
     m_next = m_used = m_offset = m_blocks = 0;
+    m_mark = m_steps_since_mark = 0;
+    m_next_move = 1;
     m_failed = false;
     if (!package || !package->m_device)
         return package ? package->fail(ERROR_PACKAGE_NOT_OPEN, nullptr) : set_last_error(ERROR_PACKAGE_NOT_OPEN, nullptr);
@@ -807,14 +856,26 @@ INT_S32 PACKAGE_MEMBER_READER::read(void* buffer, INT_S32 size)
         if (m_offset == m_used) {
             if (!m_next)
                 break;
-            // The package's block buffer is shared by everything that reads it: the payload is
-            // copied out before anything else can use it.
-            INT_U32 next = 0, used = 0;
-            if (++m_blocks > m_package->most_blocks()) {
+            // A loop is found as walk_chain finds it: Brent's mark, and no more blocks than the
+            // file has room for.
+            if (host_stop_requested()) {
+                m_failed = true;
+                m_package->fail(ERROR_READ, "interrupted");
+                return -1;
+            }
+            if (m_next == m_mark || ++m_blocks > m_package->most_blocks()) {
                 m_failed = true;
                 m_package->fail(ERROR_READ, "member chain loops");
                 return -1;
             }
+            if (++m_steps_since_mark == m_next_move) {
+                m_mark = m_next;
+                m_steps_since_mark = 0;
+                m_next_move = m_next_move < 0x80000000u ? m_next_move * 2 : m_next_move;
+            }
+            // The package's block buffer is shared by everything that reads it: the payload is
+            // copied out before anything else can use it.
+            INT_U32 next = 0, used = 0;
             if (!m_package->read_block(m_next, &next, &used)) {
                 m_failed = true;
                 return -1;

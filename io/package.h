@@ -14,7 +14,9 @@
 //
 // A package file is untrusted: every length, position and chain read from it is checked
 // against the file before use, and a chain that comes back on itself ends the operation with
-// code 4103, never a hang.
+// code 4103, never a hang. Every walk takes time linear in the file: the entry list must run
+// forward through the file (entries are only appended), and a block chain's loop is found
+// within twice its length. Long walks give up when a stop of the run is requested (host.h).
 //
 // Failures go to the last-error slot (4101 to 4112) and, when "ORLU Platform" has flags, to
 // that stream too.
@@ -46,7 +48,11 @@ struct PACKAGE_ENTRY {
     INT_U32 next_entry { 0 };
     INT_U32 reserved { 0 };
     PACKAGE_ENTRY* next { nullptr }; // cached list order
+    INT_U32 end { 0 };               // position just behind the record on disk
 };
+
+// Takes a member's bytes, one block's worth at a time; answers false to stop the reading.
+typedef bool (*PACKAGE_SINK)(const void* bytes, INT_U32 size, void* context);
 
 // What ties a member opened as a file to its package: the member is extracted to a private
 // temporary file, which is what the caller reads and writes; a member opened for writing goes back
@@ -108,6 +114,9 @@ private:
     INT_U32 m_used { 0 };   // bytes of the held block
     INT_U32 m_offset { 0 }; // of those, handed out
     INT_U32 m_blocks { 0 }; // blocks walked, against loops
+    INT_U32 m_mark { 0 };   // Brent's mark
+    INT_U32 m_steps_since_mark { 0 };
+    INT_U32 m_next_move { 1 };
     bool m_failed { false };
 };
 
@@ -136,6 +145,11 @@ public:
     bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name);
     bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name,
         PACKAGE_PROGRESS progress, void* context);
+
+    // Hands the member's bytes to `sink` in order. False when the member is missing, its chain
+    // is damaged or loops, the sink answered false (the slot is then the sink's), or a stop of
+    // the run was requested (host.h); what the sink was given so far is then not the member.
+    bool read_member(const char* member_name, PACKAGE_SINK sink, void* context);
 
     // A member as a device or a text file; null when it cannot be had (reading a member that
     // does not exist, among others). Close them with the two functions below.
@@ -177,6 +191,8 @@ private:
     bool read_block(INT_U32 position, INT_U32* next, INT_U32* used);
     bool write_block(INT_U32 position, INT_U32 next, INT_U32 used);
     bool chain_size(const PACKAGE_ENTRY& entry, INT_U64* size);
+    bool walk_chain(const PACKAGE_ENTRY& entry, PACKAGE_SINK sink, void* context, INT_U64* size);
+    bool next_entry_follows(const PACKAGE_ENTRY& entry) const;
     bool position_fits(INT_U32 position, INT_U32 length) const;
     INT_U32 most_blocks() const;
     void free_cached_entries();

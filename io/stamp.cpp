@@ -15,6 +15,7 @@
 
 #include "io/data_file.h"
 #include "io/folder.h"
+#include "host/host.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] The block
@@ -223,6 +224,8 @@ STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name)
     uLong sum = crc32(0L, Z_NULL, 0);
     INT_U32 done = 0;
     while (done < length) {
+        if (host_stop_requested())
+            break;
         INT_S32 want = length - done < static_cast<INT_U32>(SCAN_PIECE) ? static_cast<INT_S32>(length - done) : SCAN_PIECE;
         INT_S32 got = file->read(buffer, want);
         if (got != want)
@@ -232,5 +235,7 @@ STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name)
     }
     delete[] buffer;
     FOLDER::close_data_file(&file);
+    if (done < length && host_stop_requested())
+        return STAMP_VERIFY_STOPPED;
     return done == length && static_cast<INT_U32>(sum) == crc ? STAMP_VERIFY_GOOD : STAMP_VERIFY_DAMAGED;
 }

@@ -89,6 +89,7 @@ enum STAMP_VERIFY : INT_S32 {
     STAMP_VERIFY_NO_CHECK = 1,    // the record carries no check; nothing could be tested
     STAMP_VERIFY_NO_DATA_SET = 2, // no marker, or the record says there is no data set
     STAMP_VERIFY_DAMAGED = 3,     // wrong length or CRC-32, or the file could not be read whole
+    STAMP_VERIFY_STOPPED = 4,     // a stop of the run was requested (host.h) before the end
 };
 
 // Tests the data set behind the executable `name` in `folder` against its stamp, so that the

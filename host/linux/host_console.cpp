@@ -24,6 +24,14 @@ void host_print(const char* text)
     fflush(stdout);
 }
 
+void host_print_error(const char* text)
+{
+    if (!text)
+        return;
+    fputs(text, stderr);
+    fflush(stderr);
+}
+
 void host_printf(const char* format, ...)
 {
     va_list args;

@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fnmatch.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -80,59 +81,181 @@ const char* host_application_name()
 
 namespace {
 
-char made_temp_folder[ORLU_MAX_PATH];
-char remembered_candidate[ORLU_MAX_PATH];
-char remembered_temp[ORLU_MAX_PATH];
+// The folder made for this run, the base it was made in, and the process that made it: a child
+// of a fork that exits must not take its parent's folder with it.
+char run_folder[ORLU_MAX_PATH];
+char run_base[ORLU_MAX_PATH];
+pid_t run_folder_owner = 0;
 
-// A folder that only this user can change: a real folder, not a link, owned by us and writable
-// by neither group nor others.
-bool is_private_folder(const char* path)
+// A base for the run's folder: a real folder (the path may pass through links, it is the user's
+// own setting) that only this user or root can change, or one that others may write only under
+// the sticky bit, so that nobody can move our folder away and put a link in its place.
+bool is_usable_base(const char* path)
 {
     struct stat info;
-    if (lstat(path, &info) != 0 || !S_ISDIR(info.st_mode))
+    if (!path || path[0] != '/' || stat(path, &info) != 0 || !S_ISDIR(info.st_mode))
         return false;
-    return info.st_uid == geteuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    if (info.st_uid != geteuid() && info.st_uid != 0)
+        return false;
+    if (access(path, W_OK | X_OK) != 0)
+        return false;
+    return (info.st_mode & (S_IWGRP | S_IWOTH)) == 0 || (info.st_mode & S_ISVTX) != 0;
 }
 
-void remove_made_temp_folder()
+// One name element of letters, digits, "_" and "-" only, so that the parts of a run folder's
+// name can be told apart again.
+void name_element(const char* text, char* out, size_t size)
 {
-    // Only an empty folder goes; whatever the run left behind stays for the user to see.
-    if (made_temp_folder[0])
-        rmdir(made_temp_folder);
+    size_t length = 0;
+    for (const char* c = text ? text : ""; *c && length + 1 < size && length < 64; ++c) {
+        bool plain = (*c >= 'a' && *c <= 'z') || (*c >= 'A' && *c <= 'Z') || (*c >= '0' && *c <= '9') || *c == '-';
+        out[length++] = plain ? *c : '_';
+    }
+    if (length == 0 && size > 1)
+        out[length++] = '_';
+    out[length] = 0;
+}
+
+// The first part of this run's folder name, "<name>.<host>.", shared by every run of the same
+// program on this machine.
+void run_folder_prefix(const char* name, char* out, size_t size)
+{
+    char machine[256] = {};
+    if (gethostname(machine, sizeof machine - 1) != 0)
+        machine[0] = 0;
+    char clean_name[80];
+    char clean_machine[80];
+    name_element(name, clean_name, sizeof clean_name);
+    name_element(machine, clean_machine, sizeof clean_machine);
+    snprintf(out, size, "%s.%s.", clean_name, clean_machine);
+}
+
+// Removes `name` in the open folder and, for a folder, everything below it; links are removed as
+// links, never followed. `depth` bounds how deep a hostile tree can take us.
+void remove_tree_at(int parent, const char* name, int depth)
+{
+    struct stat info;
+    if (fstatat(parent, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return;
+    if (!S_ISDIR(info.st_mode)) {
+        unlinkat(parent, name, 0);
+        return;
+    }
+    if (depth > 0) {
+        int folder = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        DIR* listing = folder >= 0 ? fdopendir(folder) : nullptr;
+        if (!listing && folder >= 0)
+            close(folder);
+        if (listing) {
+            for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
+                if (strcmp(entry->d_name, ".") && strcmp(entry->d_name, ".."))
+                    remove_tree_at(dirfd(listing), entry->d_name, depth - 1);
+            }
+            closedir(listing);
+        }
+    }
+    unlinkat(parent, name, AT_REMOVEDIR);
+}
+
+// True when the process `pid` is gone. A process of another user still counts as running.
+bool process_is_gone(long pid)
+{
+    if (pid <= 0 || pid > 0x7FFFFFFF)
+        return false;
+    return kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+}
+
+// Folders "<prefix><pid>.XXXXXX" in `base` that belong to this user and whose process is gone
+// were left by a run that was killed; they go before this run makes its own.
+void remove_stale_run_folders(const char* base, const char* prefix)
+{
+    int folder = open(base, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* listing = folder >= 0 ? fdopendir(folder) : nullptr;
+    if (!listing) {
+        if (folder >= 0)
+            close(folder);
+        return;
+    }
+    size_t prefix_length = strlen(prefix);
+    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
+        const char* name = entry->d_name;
+        if (strncmp(name, prefix, prefix_length) != 0)
+            continue;
+        char* end = nullptr;
+        long pid = strtol(name + prefix_length, &end, 10);
+        if (!end || end == name + prefix_length || end[0] != '.' || strlen(end + 1) != 6)
+            continue;
+        struct stat info;
+        if (fstatat(dirfd(listing), name, &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(info.st_mode)
+            || info.st_uid != geteuid() || !process_is_gone(pid))
+            continue;
+        remove_tree_at(dirfd(listing), name, 16);
+    }
+    closedir(listing);
+}
+
+void remove_run_folder_at_exit()
+{
+    host_remove_run_temp_folder();
 }
 
 } // namespace
 
-bool host_private_temp_folder(const char* candidate, bool create, char* out)
+bool host_run_temp_folder(const char* home, const char* name, bool create, char* out)
 {
-    if (remembered_candidate[0] && !strcmp(candidate, remembered_candidate) && is_private_folder(remembered_temp)) {
-        snprintf(out, ORLU_MAX_PATH, "%s", remembered_temp);
+    char base[ORLU_MAX_PATH] = {};
+    if (home && home[0] && snprintf(base, sizeof base, "%s/tmp", home) < ORLU_MAX_PATH && is_usable_base(base)) {
+        // the home's own temporary folder
+    } else if (getenv("TMPDIR") && snprintf(base, sizeof base, "%s", getenv("TMPDIR")) < ORLU_MAX_PATH
+        && is_usable_base(base)) {
+        // the user's choice
+    } else {
+        snprintf(base, sizeof base, "/tmp");
+    }
+    struct stat info;
+    if (run_folder[0] && run_folder_owner == getpid() && !strcmp(base, run_base) && lstat(run_folder, &info) == 0
+        && S_ISDIR(info.st_mode) && info.st_uid == geteuid()) {
+        snprintf(out, ORLU_MAX_PATH, "%s", run_folder);
         return true;
     }
-    bool found = is_private_folder(candidate);
-    if (!found && create) {
-        struct stat info;
-        if (lstat(candidate, &info) != 0 && mkdir(candidate, 0700) == 0)
-            found = is_private_folder(candidate);
-    }
-    if (found) {
-        snprintf(out, ORLU_MAX_PATH, "%s", candidate);
-    } else {
-        // The name is taken by something we cannot trust: make our own beside it.
-        if (!create)
-            return false;
-        char pattern[ORLU_MAX_PATH];
-        if (snprintf(pattern, sizeof pattern, "%s-XXXXXX", candidate) >= ORLU_MAX_PATH || !mkdtemp(pattern))
-            return false;
-        snprintf(out, ORLU_MAX_PATH, "%s", pattern);
-        static bool cleanup_registered = false;
-        snprintf(made_temp_folder, sizeof made_temp_folder, "%s", pattern);
-        if (!cleanup_registered)
-            cleanup_registered = atexit(remove_made_temp_folder) == 0;
-    }
-    snprintf(remembered_candidate, sizeof remembered_candidate, "%s", candidate);
-    snprintf(remembered_temp, sizeof remembered_temp, "%s", out);
+    if (!create || !is_usable_base(base))
+        return false;
+    // Another base (the home changed) or a folder that vanished: this run starts a new one.
+    host_remove_run_temp_folder();
+    char prefix[200];
+    run_folder_prefix(name, prefix, sizeof prefix);
+    remove_stale_run_folders(base, prefix);
+    char pattern[ORLU_MAX_PATH];
+    if (snprintf(pattern, sizeof pattern, "%s/%s%ld.XXXXXX", base, prefix, static_cast<long>(getpid())) >= ORLU_MAX_PATH
+        || !mkdtemp(pattern))
+        return false;
+    snprintf(run_folder, sizeof run_folder, "%s", pattern);
+    snprintf(run_base, sizeof run_base, "%s", base);
+    run_folder_owner = getpid();
+    static bool cleanup_registered = false;
+    if (!cleanup_registered)
+        cleanup_registered = atexit(remove_run_folder_at_exit) == 0;
+    snprintf(out, ORLU_MAX_PATH, "%s", run_folder);
     return true;
+}
+
+void host_remove_run_temp_folder()
+{
+    if (!run_folder[0] || run_folder_owner != getpid())
+        return;
+    char parent[ORLU_MAX_PATH];
+    snprintf(parent, sizeof parent, "%s", run_folder);
+    char* slash = strrchr(parent, '/');
+    if (slash && slash != parent) {
+        *slash = 0;
+        int folder = open(parent, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (folder >= 0) {
+            remove_tree_at(folder, slash + 1, 16);
+            close(folder);
+        }
+    }
+    run_folder[0] = 0;
+    run_base[0] = 0;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -155,6 +278,19 @@ bool host_path_taken(const char* path)
 {
     struct stat info;
     return path && lstat(path, &info) == 0;
+}
+
+bool host_is_regular_file(const char* path)
+{
+    struct stat info;
+    return path && stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool host_same_file(const char* first, const char* second)
+{
+    struct stat one, two;
+    return first && second && stat(first, &one) == 0 && stat(second, &two) == 0 && one.st_dev == two.st_dev
+        && one.st_ino == two.st_ino;
 }
 
 bool host_file_opens(const char* path)

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 
 #include "host/host.h"
@@ -12,6 +13,8 @@ namespace {
 // Signals received but not yet taken by the main loop, one bit each.
 volatile sig_atomic_t pending_signals = 0;
 void (*signal_callback)(int) = nullptr;
+// The first signal that asked the run to stop, 0 while none did.
+volatile sig_atomic_t stop_signal = 0;
 
 void record_signal(int signal_number)
 {
@@ -33,6 +36,43 @@ void host_catch_signals(const int* signals, INT_S32 count, void (*on_signal)(int
     for (INT_S32 i = 0; i < count; ++i)
         sigaction(signals[i], &action, nullptr);
     signal(SIGXFSZ, SIG_IGN);
+}
+
+void host_request_stop(int signal_number)
+{
+    if (!stop_signal)
+        stop_signal = signal_number > 0 ? signal_number : -1;
+}
+
+bool host_stop_requested()
+{
+    return stop_signal != 0;
+}
+
+int host_stop_signal()
+{
+    return stop_signal > 0 ? stop_signal : 0;
+}
+
+void host_clear_stop()
+{
+    stop_signal = 0;
+}
+
+const char* host_signal_name(int signal_number)
+{
+    switch (signal_number) {
+    case SIGHUP: return "SIGHUP";
+    case SIGINT: return "SIGINT";
+    case SIGQUIT: return "SIGQUIT";
+    case SIGABRT: return "SIGABRT";
+    case SIGPIPE: return "SIGPIPE";
+    case SIGTERM: return "SIGTERM";
+    default: break;
+    }
+    static char text[32];
+    snprintf(text, sizeof text, "signal %d", signal_number);
+    return text;
 }
 
 int host_take_pending_signal()

@@ -10,6 +10,7 @@
 #include "base/error_report.h"
 #include "io/folder.h"
 #include "graphics/image_cache.h"
+#include "host/host.h"
 #include "io/stamp.h"
 
 bool read_data_set_header(DATA_FILE* device, INT_U32 data_offset, DATA_SET_SPLASH* splash, DATA_SET_HEADER* header)
@@ -65,6 +66,10 @@ bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOL
     // Everything the chunks joined give is the package, whose byte-order byte the output file
     // writes itself; the chunks therefore start behind it.
     while (ok && !device->at_end()) {
+        if (host_stop_requested()) {
+            ok = set_last_error(ERROR_READ, "interrupted");
+            break;
+        }
         INT_S32 length = 0;
         if (!device_read(device, &length)) {
             ok = set_last_error(ERROR_READ, "data set (chunk length)");

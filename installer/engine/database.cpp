@@ -912,8 +912,10 @@ bool DATABASE::put_to_data_device(DATA_DEVICE* device) const
 // [SECTION] DATABASE: data sets and index files
 // ---------------------------------------------------------------------------------------------
 
-bool DATABASE::load_data_set(const char* name)
+bool DATABASE::load_data_set(const char* name, bool* damaged)
 {
+    if (damaged)
+        *damaged = false;
     debug_printf(&installer_debug, "Loading DB...\n");
     DATA_FILE* probe = data_folder.open_data_file(name, FILE_READ, ORDER_MARKER_IN_FILE, false);
     if (!probe)
@@ -925,15 +927,22 @@ bool DATABASE::load_data_set(const char* name)
     if (!package)
         return false;
     bool found = false;
+    // The file is there, so a package that does not open (an entry list that turns back, a
+    // header beyond the end) is damage too.
+    if (!package->is_open() && damaged)
+        *damaged = true;
     if (package->is_open()) {
         PACKAGE_DATA_FILE* member = package->open_member_data("database.bin", FILE_READ, ORDER_MARKER_IN_FILE);
         if (member) {
-            found = true;
-            // A damaged stream leaves its mark in the device's flag and no more: the wizard runs
-            // with whatever was read.
-            (void)get_from_data_device(member);
+            // A stream that ends before its counts say, or holds a negative length, is refused
+            // even when the data set's check passed (it was computed over the damage): an install
+            // from half a database would install half the files and call it a success.
+            found = get_from_data_device(member);
             PACKAGE::close_member_data(&member);
-            load_packaged_fonts();
+            if (found)
+                load_packaged_fonts();
+            else if (damaged)
+                *damaged = true;
         }
     }
 

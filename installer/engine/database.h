@@ -371,10 +371,12 @@ public:
     [[nodiscard]] bool put_to_data_device(DATA_DEVICE* device) const override;
 
     // Opens the package `name` in `data_folder` (read-only, blocks of 1024) and reads its member
-    // "database.bin", then the default fonts it carries. False when the package does not open or
-    // holds no "database.bin"; a damaged stream still answers true with what it gave. Afterwards
-    // `package` is open on the data set.
-    [[nodiscard]] bool load_data_set(const char* name);
+    // "database.bin", then the default fonts it carries. False when the package does not open,
+    // holds no "database.bin", or the stream is damaged (cut short, a negative length, a count
+    // out of range); `damaged`, when given, tells damage (that stream, or a file that is there
+    // but does not open as a package) from missing data. Afterwards `package`
+    // is open on the data set.
+    [[nodiscard]] bool load_data_set(const char* name, bool* damaged = nullptr);
     // The stream on the plain file "installer.idx" in `data_folder`, with its byte-order byte.
     // False when the file does not open or, on reading, the stream is damaged.
     [[nodiscard]] bool load_index();

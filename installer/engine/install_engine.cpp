@@ -19,7 +19,6 @@
 #include "host/host.h"
 #include "host/host_files.h"
 #include "io/package.h"
-#include "io/text_file.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] State
@@ -27,44 +26,55 @@
 
 namespace {
 
-INT_S16 step_counter = 0;
-INT_S16 step_total = 0;
-INT_U8 error_count = 0;
-bool have_log_folder = false;
-// Constructed on first use: the folders it depends on are not ready during static start-up.
-FOLDER& log_folder()
-{
-    static FOLDER folder;
-    return folder;
-}
-FOLDER& install_root()
-{
-    static FOLDER folder;
-    return folder;
-}
-
 const char* const LOG_NAME = "install_log.txt";
-
-// Sets `folder` from a destination text relative to the install root: an empty text is the
-// root itself.
-bool set_relative(FOLDER* folder, const char* text, bool create, bool create_variable, bool no_fallback)
-{
-    *folder = install_root();
-    if (!text || !text[0])
-        return true;
-    return folder->set(text, create, &install_root(), create_variable, no_fallback);
-}
 
 } // namespace
 
-INT_S16 install_step_counter() { return step_counter; }
-INT_S16 install_step_total() { return step_total; }
-INT_U8 install_error_count() { return error_count; }
-
-void reset_install_steps()
+INSTALL_ENGINE::~INSTALL_ENGINE()
 {
-    step_counter = 0;
-    step_total = 0;
+    release_globals();
+}
+
+void INSTALL_ENGINE::reset()
+{
+    release_globals();
+    m_log_folder.close();
+    m_counter = 0;
+    m_total = 0;
+    m_stopped = false;
+}
+
+void INSTALL_ENGINE::interrupt(const char* reason)
+{
+    if (m_counter <= 0 || done())
+        return;
+    INT_S32 files_done = m_counter - 1 < m_total - 1 ? m_counter - 1 : m_total - 1;
+    append_to_log("Installation interrupted by %s after %d of %d files, with %d errors.\n", reason, files_done,
+        m_total - 1, m_error_count);
+    reset();
+}
+
+// A run that ends anywhere but in its closing step must not leave the path variables pointing
+// at the install root, nor the frame loop without its sleep.
+void INSTALL_ENGINE::release_globals()
+{
+    if (m_holds_base_path)
+        clear_base_path();
+    if (m_holds_idle_wait)
+        set_idle_wait(50);
+    m_holds_base_path = false;
+    m_holds_idle_wait = false;
+}
+
+// Sets `folder` from a destination text relative to the install root: an empty text is the
+// root itself.
+bool INSTALL_ENGINE::set_relative(FOLDER* folder, const char* text, bool create, bool create_variable,
+    bool no_fallback) const
+{
+    *folder = m_install_root;
+    if (!text || !text[0])
+        return true;
+    return folder->set(text, create, &m_install_root, create_variable, no_fallback);
 }
 
 void install_status_text(const char* destination, const char* name, char* out, size_t size)
@@ -85,59 +95,54 @@ void install_status_text(const char* destination, const char* name, char* out, s
 // [SECTION] The log
 // ---------------------------------------------------------------------------------------------
 
-namespace {
-
 // Every line opens and closes the log, so that a crash leaves all that was written so far.
 // Paths are written as their bytes stand.
-void append_to_log(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void append_to_log(const char* format, ...)
+// Every line opens and closes the log, so that a crash leaves all that was written so far.
+// Paths are written as their bytes stand. A log that is gone or was replaced by a link takes no
+// more lines.
+void INSTALL_ENGINE::append_to_log(const char* format, ...) const
 {
-    if (!have_log_folder)
+    if (!m_log_folder.is_open())
         return;
-    TEXT_FILE* file = log_folder().open_text_file(LOG_NAME, FILE_UPDATE, false);
-    if (!file)
-        return;
-    file->set_decode_utf8(false);
     char line[ORLU_MAX_PATH * 4];
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof line, format, args);
+    int length = vsnprintf(line, sizeof line, format, args);
     va_end(args);
-    file->write_string(line);
-    FOLDER::close_text_file(&file);
+    if (length < 0)
+        return;
+    size_t size = static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length) : sizeof line - 1;
+    (void)m_log_folder.append(LOG_NAME, line, size);
 }
 
-bool write_log_header(const DATABASE& database)
+// The header is written as a new file and renamed over the old log, so a link planted under the
+// log's name is replaced rather than followed.
+bool INSTALL_ENGINE::write_log_header(const DATABASE& database)
 {
-    TEXT_FILE* file = log_folder().open_text_file(LOG_NAME, FILE_WRITE, false);
-    if (!file)
+    char header[ORLU_MAX_PATH * 4];
+    int length = snprintf(header, sizeof header,
+        "Installed Files\n---------------\n\nLanguage: %s\nSettings: %d %d %s\n%s\n",
+        database.text(LANGUAGE_KEY::LANGUAGE_TITLE), static_cast<int>(database.installation_id),
+        database.use_system_paths, database.install_path, database.desktop_check_text);
+    if (length < 0)
         return false;
-    file->set_decode_utf8(false);
-    char line[ORLU_MAX_PATH * 2];
-    file->write_string("Installed Files\n---------------\n\n");
-    snprintf(line, sizeof line, "Language: %s\n", database.text(LANGUAGE_KEY::LANGUAGE_TITLE));
-    file->write_string(line);
-    snprintf(line, sizeof line, "Settings: %d %d %s\n", static_cast<int>(database.installation_id),
-        database.use_system_paths, database.install_path);
-    file->write_string(line);
-    snprintf(line, sizeof line, "%s\n", database.desktop_check_text);
-    file->write_string(line);
-    FOLDER::close_text_file(&file);
-    return true;
+    size_t size = static_cast<size_t>(length) < sizeof header ? static_cast<size_t>(length) : sizeof header - 1;
+    return m_log_folder.place_bytes(LOG_NAME, header, size);
 }
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Opening
 // ---------------------------------------------------------------------------------------------
 
-void open_run(DATABASE* database, INSTALL_REPORTER* reporter)
+void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
 {
     INSTALLATION_RECORD& installation = database->installations[database->current_installation];
     set_idle_wait(0);
-    error_count = 0;
+    m_holds_idle_wait = true;
+    m_error_count = 0;
     if (!database->system_info.system_folders || !installation.allow_system_paths)
         database->use_system_paths = 0;
-    step_total = static_cast<INT_S16>(installation.file_count + 1);
+    m_total = static_cast<INT_S16>(installation.file_count + 1);
 
     if (!database->package) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
@@ -147,31 +152,38 @@ void open_run(DATABASE* database, INSTALL_REPORTER* reporter)
         }
         database->package = package;
     }
-    step_counter = 1;
+    m_counter = 1;
     reporter->set_install_status(0, database->text(LANGUAGE_KEY::INSTALLING_STRING));
 
     // From here until the closing step, "$APP" and the variables that hang on it are the
     // install root.
     FOLDER application("$app");
     set_base_path(&application, database->app_string);
-    FOLDER& root = install_root();
-    root = application;
+    m_holds_base_path = true;
+    m_install_root = application;
     bool root_ok = database->use_system_paths
-        ? root.set("$SYSAPP", false, nullptr, true, true)
-        : root.set(database->install_path, true, nullptr, true);
-    set_base_path(&root, database->app_string);
+        ? m_install_root.set("$SYSAPP", false, nullptr, true, true)
+        : m_install_root.set(database->install_path, true, nullptr, true);
+    set_base_path(&m_install_root, database->app_string);
 
+    m_allow_file_system_root = installation.allow_system_paths != 0;
+    m_swept.clear();
     bool system_log = database->log_system_dest_path[0] && database->use_system_paths;
-    bool log_ok = set_relative(&log_folder(), system_log ? database->log_system_dest_path : database->log_dest_path,
-        true, system_log, system_log);
-    have_log_folder = log_ok;
+    bool log_ok = root_ok
+        && m_log_folder.open(system_log ? database->log_system_dest_path : database->log_dest_path, m_install_root,
+            true, system_log, system_log, m_allow_file_system_root);
     if (!root_ok || !log_ok) {
+        m_log_folder.close();
         clear_base_path();
+        m_holds_base_path = false;
         reporter->path_error();
         return;
     }
+    m_swept.sweep(m_log_folder);
     if (!write_log_header(*database)) {
-        reporter->log_error(log_folder().path_text(LOG_NAME));
+        char path[ORLU_MAX_PATH * 2];
+        m_log_folder.path_of(LOG_NAME, path, sizeof path);
+        reporter->log_error(path);
         return;
     }
 }
@@ -180,38 +192,48 @@ void open_run(DATABASE* database, INSTALL_REPORTER* reporter)
 // [SECTION] One file
 // ---------------------------------------------------------------------------------------------
 
-void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file)
+void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file)
 {
     bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
-    FOLDER folder;
-    bool folder_ok = set_relative(&folder, destination, true, false, false);
     const char* name = file.destination_name();
+    DESTINATION_FOLDER folder;
+    bool folder_ok = folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root)
+        && is_plain_name(name);
 
     char status[ORLU_MAX_PATH * 2];
     install_status_text(destination, name, status, sizeof status);
-    reporter->set_install_status(step_counter * 100 / step_total, status);
+    reporter->set_install_status(m_counter * 100 / m_total, status);
 
     // The full path of the file; when its folder could not be made, the path it was meant for.
     char path[ORLU_MAX_PATH * 2];
-    if (folder_ok || strncmp(destination, "$HERE", 5) != 0)
-        snprintf(path, sizeof path, "%s", folder.path_text(name));
-    else
-        snprintf(path, sizeof path, "%s%s", install_root().path(), status);
+    folder.path_of(name, path, sizeof path);
 
     INSTALL_RESULT result = INSTALL_INSTALLED;
     if (folder_ok) {
+        m_swept.sweep(folder);
         bool wanted = true;
         HOST_FILE_INFO info;
-        bool present = host_file_info(path, &info);
+        bool present = folder.entry_info(name, &info);
         if (file.overwrite == OVERWRITE_WHEN_ABSENT)
             wanted = !present;
         else if (file.overwrite == OVERWRITE_WHEN_OLDER && present)
             wanted = static_cast<INT_S64>(database->data_time) > static_cast<INT_S64>(info.modified);
-        if (!wanted)
+        // Every installed file becomes executable, data files too; the set-user-id bits only
+        // where the record asks for them. The mode is set before the file takes its name.
+        INT_U32 mode = file.switch_user ? 06755 : 0755;
+        if (!wanted) {
             result = INSTALL_SKIPPED;
-        else if (!database->package->extract_file(folder, name, file.packed_name))
-            result = INSTALL_FAILED;
+        } else {
+            PLACE_RESULT placed = folder.place_member(database->package, file.packed_name, name, mode);
+            if (placed == PLACE_STOPPED) {
+                // Cut off by a signal: the file stays as it was, and this step is not done.
+                m_stopped = true;
+                return;
+            }
+            if (placed != PLACE_DONE)
+                result = INSTALL_FAILED;
+        }
     } else {
         result = INSTALL_FAILED;
     }
@@ -223,14 +245,28 @@ void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_REC
     }
     reporter->file_done(path, result);
     if (result == INSTALL_FAILED) {
-        ++error_count;
+        ++m_error_count;
         reporter->file_error(path);
-        return;
     }
-    // Every installed file becomes executable, data files too; the set-user-id bit only where
-    // the record asks for it.
-    if (result == INSTALL_INSTALLED && database->matches_platform(file.platform.c_str()))
-        (void)folder.set_permissions(name, file.switch_user ? 06755 : 0755);
+}
+
+// A file of this machine's platform that the data set does not hold.
+void INSTALL_ENGINE::fail_missing_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file)
+{
+    bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
+    const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
+    const char* name = file.destination_name();
+    char status[ORLU_MAX_PATH * 2];
+    install_status_text(destination, name, status, sizeof status);
+    reporter->set_install_status(m_counter * 100 / m_total, status);
+    DESTINATION_FOLDER folder;
+    (void)folder.open(destination, m_install_root, false, false, false, m_allow_file_system_root);
+    char path[ORLU_MAX_PATH * 2];
+    folder.path_of(name, path, sizeof path);
+    append_to_log("\"%s\" failed to unpack (%s)\n", path, file.packed_name);
+    reporter->file_done(path, INSTALL_FAILED);
+    ++m_error_count;
+    reporter->file_error(path);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -239,7 +275,8 @@ void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_REC
 
 // The folder of a shortcut's program or icon: the system text when system paths are in use, else
 // the normal one; none when both are empty or the folder cannot be set.
-bool shortcut_folder(const DATABASE& database, const char* system_text, const char* text, FOLDER* folder)
+bool INSTALL_ENGINE::shortcut_folder(const DATABASE& database, const char* system_text, const char* text,
+    FOLDER* folder) const
 {
     if (system_text[0] && database.use_system_paths)
         return set_relative(folder, system_text, false, true, true);
@@ -248,7 +285,7 @@ bool shortcut_folder(const DATABASE& database, const char* system_text, const ch
     return false;
 }
 
-void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter)
+void INSTALL_ENGINE::make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter)
 {
     INSTALLATION_RECORD& installation = database->installations[database->current_installation];
     for (INT_S16 i = 0; i < installation.shortcut_count; ++i) {
@@ -283,51 +320,61 @@ void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter)
     }
 }
 
-void close_run(DATABASE* database, INSTALL_REPORTER* reporter)
+void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
 {
     clear_base_path();
-    reporter->finished(error_count);
+    m_holds_base_path = false;
+    reporter->finished(m_error_count);
     reporter->set_install_status(100, database->text(LANGUAGE_KEY::COMPLETE));
-    ++step_counter;
-    if (error_count)
-        append_to_log("Installation completed with %d errors.\n", error_count);
+    ++m_counter;
+    if (m_error_count)
+        append_to_log("Installation completed with %d errors.\n", m_error_count);
     else
         append_to_log("Installation completed without any errors.\n");
+    m_log_folder.close();
     set_idle_wait(50);
+    m_holds_idle_wait = false;
 }
 
-} // namespace
-
-void install_step(DATABASE* database, INSTALL_REPORTER* reporter)
+void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
 {
     if (reporter->question_open())
         return;
     if (database->current_page != PAGE_INSTALLING) {
-        step_counter = 0;
+        reset();
         return;
     }
     if (database->current_installation < 0 || database->current_installation >= database->installation_count)
         return;
 
-    if (step_counter == 0) {
+    if (m_counter == 0) {
         open_run(database, reporter);
         return;
     }
     const INSTALLATION_RECORD& installation = database->installations[database->current_installation];
-    if (step_counter < step_total) {
-        INT_S32 index = step_counter - 1;
+    if (m_counter < m_total) {
+        INT_S32 index = m_counter - 1;
         bool usable = installation.files && index < installation.file_count;
         const FILE_RECORD* file = usable ? &installation.files[index] : nullptr;
-        if (file && file->packed_name[0] && database->matches_platform(file->platform.c_str()))
-            install_file(database, reporter, *file);
-        ++step_counter;
+        m_stopped = false;
+        if (file && database->matches_platform(file->platform.c_str())) {
+            if (file->packed_name[0])
+                install_file(database, reporter, *file);
+            else
+                fail_missing_file(database, reporter, *file);
+        } else if (!file) {
+            // The record itself is missing: the install type is not whole.
+            ++m_error_count;
+        }
+        if (!m_stopped)
+            ++m_counter;
         return;
     }
-    if (step_counter == step_total) {
+    if (m_counter == m_total) {
         make_shortcuts(database, reporter);
-        ++step_counter;
+        ++m_counter;
         return;
     }
-    if (step_counter == step_total + 1)
+    if (m_counter == m_total + 1)
         close_run(database, reporter);
 }

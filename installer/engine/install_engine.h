@@ -1,11 +1,31 @@
 // The file installation engine: one small piece of work per call, so that the wizard's frame
 // loop keeps the window alive while files are extracted. A run goes through four stages:
-// opening (folders and the log header), one file per call, the shortcuts, and closing.
+//
+//   counter      stage       what one step does
+//   0            rest        opens the run: system paths, package, install root, log header
+//   1 .. T-1     files       the file with index counter - 1 (T is file_count + 1)
+//   T            shortcuts   every shortcut of the install type
+//   T+1          closing     the log's last line, the reporter's finished()
+//   above T+1    done        nothing, until the page changes or reset()
+//
+// The engine is an object its caller owns: the unattended run drives it to the end in a loop,
+// the wizard one step per frame. Between its opening and its closing step a run holds two pieces
+// of global state, the base path of the path variables ("$APP" is the install root) and the
+// pump's idle wait; a run that is abandoned (reset, the page left, the object destroyed) gives
+// both back.
+//
+// Files and the log are written through DESTINATION_FOLDER (file_placer.h): below the folder of
+// their path variable no link is followed, and each file appears whole or not at all. A file of
+// the install type that the data set does not hold (a record never packed) counts as failed, so
+// that a run which did not install every file never reports success.
 #pragma once
 
 #include "base/orlu_types.h"
+#include "installer/engine/file_placer.h"
+#include "io/folder.h"
 
 class DATABASE;
+struct FILE_RECORD;
 
 // What a file's turn came to.
 enum INSTALL_RESULT : INT_S32 {
@@ -36,16 +56,62 @@ public:
     virtual void finished(INT_S32 error_count) = 0;
 };
 
-// Works the next piece of the installation of the database's current install type. Does
-// nothing unless the current page is the installing page; leaving that page resets the run.
-void install_step(DATABASE* database, INSTALL_REPORTER* reporter);
+class INSTALL_ENGINE {
+public:
+    INSTALL_ENGINE() = default;
+    // Gives back the global state of a run that was not closed.
+    ~INSTALL_ENGINE();
+    INSTALL_ENGINE(const INSTALL_ENGINE&) = delete;
+    INSTALL_ENGINE& operator=(const INSTALL_ENGINE&) = delete;
 
-// Where the run stands: 0 at rest, 1 to file_count + 1 while working, above that when done.
-[[nodiscard]] INT_S16 install_step_counter();
-[[nodiscard]] INT_S16 install_step_total();
-[[nodiscard]] INT_U8 install_error_count();
-// Puts the machine back to rest (a new run starts over).
-void reset_install_steps();
+    // Works the next piece of the installation of the database's current install type. Does
+    // nothing while the reporter has a question open, and nothing but a reset unless the
+    // current page is the installing page: leaving that page puts the run back to rest.
+    void step(DATABASE* database, INSTALL_REPORTER* reporter);
+    // Puts the machine back to rest (a new run starts over).
+    void reset();
+    // Ends a run that a signal interrupted (`reason`, "SIGINT" say): the log gets a last line
+    // that says so, the global state goes back, and the machine rests. Nothing when no run is
+    // open.
+    void interrupt(const char* reason);
+
+    // Where the run stands: 0 at rest, 1 to total() + 1 while working, above that when done.
+    [[nodiscard]] INT_S16 counter() const { return m_counter; }
+    // The install type's file_count plus 1, from the opening step on.
+    [[nodiscard]] INT_S16 total() const { return m_total; }
+    // Files that failed so far in this run.
+    [[nodiscard]] INT_U8 error_count() const { return m_error_count; }
+    [[nodiscard]] bool at_rest() const { return m_counter == 0; }
+    [[nodiscard]] bool done() const { return m_counter > m_total + 1; }
+    // True when the last file step was cut off by a stop of the run (the file is left as it
+    // was; a later step tries it again).
+    [[nodiscard]] bool stopped() const { return m_stopped; }
+
+private:
+    void open_run(DATABASE* database, INSTALL_REPORTER* reporter);
+    void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
+    void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter);
+    void close_run(DATABASE* database, INSTALL_REPORTER* reporter);
+    void fail_missing_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
+    bool set_relative(FOLDER* folder, const char* text, bool create, bool create_variable, bool no_fallback) const;
+    bool shortcut_folder(const DATABASE& database, const char* system_text, const char* text, FOLDER* folder) const;
+    bool write_log_header(const DATABASE& database);
+    void append_to_log(const char* format, ...) const __attribute__((format(printf, 2, 3)));
+    void release_globals();
+
+    INT_S16 m_counter { 0 };
+    INT_S16 m_total { 0 };
+    INT_U8 m_error_count { 0 };
+    bool m_stopped { false };
+    bool m_allow_file_system_root { false };
+    // The base path and the idle wait are ours until the closing step gives them back.
+    bool m_holds_base_path { false };
+    bool m_holds_idle_wait { false };
+    FOLDER m_install_root;
+    // Open for the run, so that every line goes into the folder the header went into.
+    DESTINATION_FOLDER m_log_folder;
+    FOLDER_SWEEPER m_swept;
+};
 
 // The text shown for a destination: "%s%s%s" of the destination folder's text, "/" unless it
 // ends in one, and the name; a text that begins with "$" is shown from its first "/" on.

@@ -2,10 +2,14 @@
 
 #include "installer/engine/own_data_set.h"
 
+#include <cstdio>
+
 #include "frame/application_frame.h"
 #include "io/data_file.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
+#include "host/host.h"
+#include "host/host_files.h"
 #include "installer/engine/installer_debug.h"
 #include "io/stamp.h"
 
@@ -13,6 +17,9 @@ namespace {
 
 const char* const PACKAGE_NAME = "installer.pkg";
 bool temporary = false;
+// Where the package was unpacked: "$TEMP" may mean another folder once the install root has
+// become the base of the path variables.
+char unpacked_in[ORLU_MAX_PATH];
 
 } // namespace
 
@@ -20,11 +27,14 @@ bool package_is_temporary() { return temporary; }
 
 void delete_temporary_package()
 {
-    if (!temporary)
-        return;
-    FOLDER temp("$TEMP");
-    (void)temp.delete_file(PACKAGE_NAME);
-    temporary = false;
+    if (temporary) {
+        FOLDER temp;
+        if (temp.set_raw(unpacked_in))
+            (void)temp.delete_file(PACKAGE_NAME);
+        temporary = false;
+    }
+    // The run's private folder goes with it: anything else in it was this run's own.
+    host_remove_run_temp_folder();
 }
 
 UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, DATA_SET_PROGRESS progress, void* context)
@@ -43,8 +53,14 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
 
     // The whole file is checked first, so a damaged installer installs nothing and leaves
     // nothing behind.
-    if (verify_stamped_file(own, own_file_name) == STAMP_VERIFY_DAMAGED)
+    switch (verify_stamped_file(own, own_file_name)) {
+    case STAMP_VERIFY_DAMAGED:
         return UNPACK_DAMAGED;
+    case STAMP_VERIFY_STOPPED:
+        return UNPACK_INTERRUPTED;
+    default:
+        break;
+    }
 
     DATA_FILE* device = own.open_data_file(own_file_name, FILE_READ, ORDER_MARKER_IN_FILE, false);
     if (!device)
@@ -59,12 +75,14 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
     FOLDER temp("$TEMP");
     bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
     FOLDER::close_data_file(&device);
-    if (!unpacked || quit_requested) {
+    bool stopped = quit_requested || host_stop_requested();
+    if (!unpacked || stopped) {
         (void)temp.delete_file(PACKAGE_NAME);
         // The file was whole, so a failure here is the writing side: a full disk, most likely.
-        return quit_requested ? UNPACK_INTERRUPTED : UNPACK_FAILED;
+        return stopped ? UNPACK_INTERRUPTED : UNPACK_FAILED;
     }
     database->data_folder = temp;
+    snprintf(unpacked_in, sizeof unpacked_in, "%s", temp.path());
     temporary = true;
     debug_printf(&installer_debug, "Data set unpacked to %s\n", temp.path_text(PACKAGE_NAME));
     return UNPACK_DONE;

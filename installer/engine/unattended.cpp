@@ -116,8 +116,35 @@ void install_folder_text(const char* given, char* out, size_t size)
     snprintf(out, size, "$ROOT1%s%s%s", strcmp(here, "/") == 0 ? "" : here, "/", given);
 }
 
+namespace {
+
+// The status and the last line of a run that a signal ended: 128 and the signal's number, as a
+// shell reports a program that a signal killed. The line also goes to standard error, since a
+// closed pipe may be what ended the run.
+INT_S32 interrupted(const char* what)
+{
+    int signal_number = host_stop_signal();
+    const char* name = signal_number ? host_signal_name(signal_number) : "a signal";
+    char line[512];
+    snprintf(line, sizeof line, "Interrupted by %s %s\n", name, what);
+    host_print(line);
+    host_print_error(line);
+    return signal_number ? 128 + signal_number : 1;
+}
+
+bool stop_requested()
+{
+    handle_pending_signals();
+    return quit_requested || host_stop_requested();
+}
+
+} // namespace
+
 INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
 {
+    // Nobody is there to answer a polite question: a terminate signal ends the run like the
+    // others, after the file in hand.
+    set_terminate_quits(true);
     host_print("Loading automatic pack...\n");
     INT_S32 last_percent = -10;
     switch (unpack_own_data_set(database, nullptr, show_unpack_progress, &last_percent)) {
@@ -127,18 +154,27 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
         return 2;
     case UNPACK_FAILED:
         host_print("ERROR: the installation data cannot be unpacked (is the temporary folder full?)\n");
+        delete_temporary_package();
         return 1;
     case UNPACK_INTERRUPTED:
-        host_print("Interrupted\n");
-        return 1;
+        delete_temporary_package();
+        return interrupted("while unpacking the installation data; nothing was installed");
     case UNPACK_NO_DATA_SET:
     case UNPACK_DONE:
         break;
     }
-    if (!database->load_data_set("installer.pkg")) {
+    bool damaged = false;
+    if (!database->load_data_set("installer.pkg", &damaged)) {
+        delete_temporary_package();
+        if (stop_requested())
+            return interrupted("while loading the installation data; nothing was installed");
+        if (damaged) {
+            host_print("ERROR: The installer file is damaged\n"
+                       "Its installation data cannot be read whole; download or copy it again.\n");
+            return 2;
+        }
         host_print("ERROR: unable to load data\n");
         host_print("Done\n");
-        delete_temporary_package();
         return 1;
     }
 
@@ -152,28 +188,39 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
     host_printf("Installing \"%s\" into %s\n", database->installations[type].name, database->install_path);
 
     CONSOLE_REPORTER reporter;
-    reset_install_steps();
+    INSTALL_ENGINE engine;
     database->current_page = PAGE_INSTALLING;
-    while (!reporter.stopped && !quit_requested) {
-        install_step(database, &reporter);
-        handle_pending_signals();
-        if (install_step_counter() == 0) {
+    bool stopped = stop_requested();
+    while (!reporter.stopped && !stopped) {
+        engine.step(database, &reporter);
+        stopped = stop_requested();
+        if (stopped)
+            break;
+        if (engine.at_rest()) {
             host_print("ERROR: the installation data cannot be opened\n");
             reporter.stopped = true;
             break;
         }
-        if (install_step_counter() > install_step_total() + 1)
+        if (engine.done())
             break;
     }
+    if (stopped) {
+        int signal_number = host_stop_signal();
+        engine.interrupt(signal_number ? host_signal_name(signal_number) : "a signal");
+    }
+    engine.reset();
     database->current_page = PAGE_START;
     delete_temporary_package();
-    if (quit_requested) {
-        host_print("Interrupted\n");
-        return 1;
+    if (stopped) {
+        char what[160];
+        snprintf(what, sizeof what,
+            "while installing: %d installed, %d skipped, %d failed; the rest was not installed (install_log.txt lists what was done)",
+            reporter.installed, reporter.skipped, reporter.failed);
+        return interrupted(what);
     }
     if (reporter.stopped)
         return 1;
     host_printf("%d installed, %d skipped, %d failed\n", reporter.installed, reporter.skipped, reporter.failed);
     host_print("Done\n");
-    return reporter.failed ? 1 : 0;
+    return reporter.failed || engine.error_count() ? 1 : 0;
 }

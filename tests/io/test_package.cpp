@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/error_report.h"
+#include "host/host.h"
 #include "io/folder.h"
 #include "io/package.h"
 #include "test_support.h"
@@ -369,4 +370,114 @@ TEST_F(PACKAGE_FILE, a_member_read_in_place_stops_at_a_looping_chain)
     EXPECT_EQ(got, -1);
     EXPECT_EQ(last_error_code(), ERROR_READ);
     EXPECT_EQ(reader.read(piece, sizeof piece), -1);
+}
+
+namespace {
+
+// The byte offset in the file of a logical position (behind the byte-order byte).
+size_t at_logical(INT_U32 position) { return 1 + static_cast<size_t>(position); }
+
+struct COUNTING_SINK {
+    INT_U64 bytes { 0 };
+};
+
+bool count_bytes(const void*, INT_U32 size, void* context)
+{
+    static_cast<COUNTING_SINK*>(context)->bytes += size;
+    return true;
+}
+
+} // namespace
+
+TEST_F(PACKAGE_FILE, an_entry_list_that_turns_back_is_refused_at_the_turn)
+{
+    write("a.bin", pattern(200000, 1));
+    write("b.bin", pattern(10, 2));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "a.bin", "a"));
+        ASSERT_TRUE(package.add_file(folder, "b.bin", "b"));
+    }
+    std::string bytes = read_file(path("p.pkg"));
+    // Entry "a" lies at 54 (its next_entry at 54 + 4 + 1 + 8); "b" lies behind a's blocks. "b"
+    // is made to point back at "a": a loop whose every turn crosses the whole file.
+    INT_U32 b_position = u32_at(bytes, at_logical(67));
+    ASSERT_GT(b_position, 200000u);
+    INT_U32 a_position = 54;
+    memcpy(&bytes[at_logical(b_position + 4 + 1 + 8)], &a_position, 4);
+    write("loop.pkg", bytes);
+
+    PACKAGE plain(folder, "loop.pkg", false, 0, false, true);
+    ASSERT_TRUE(plain.is_open());
+    EXPECT_TRUE(plain.has_member("b"));
+    EXPECT_FALSE(plain.has_member("missing"));
+    std::vector<std::string> names;
+    EXPECT_FALSE(plain.list_members(record_member, &names));
+    EXPECT_EQ(last_error_code(), ERROR_READ);
+    EXPECT_EQ(names, (std::vector<std::string> { "a:200000", "b:10" }));
+    // With a cached index the package does not open at all.
+    EXPECT_FALSE(PACKAGE(folder, "loop.pkg", false, 0, true, true).is_open());
+
+    // An entry that points at itself, or into its own record, is a turn back too.
+    std::string self = read_file(path("p.pkg"));
+    INT_U32 into_itself = 54 + 10;
+    memcpy(&self[at_logical(67)], &into_itself, 4);
+    write("self.pkg", self);
+    EXPECT_FALSE(PACKAGE(folder, "self.pkg", false, 0, true, true).is_open());
+}
+
+TEST_F(PACKAGE_FILE, a_cyclic_chain_is_found_within_twice_its_length)
+{
+    const size_t size = 400 * 1024;
+    write("data.bin", pattern(size, 3));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    }
+    std::string good = read_file(path("p.pkg"));
+    INT_U32 first = u32_at(good, at_logical(54 + 4 + 4));
+    INT_U32 last = u32_at(good, at_logical(54 + 4 + 4 + 4));
+    ASSERT_NE(first, last);
+
+    // The last block leads back to the first: a loop as long as the member, with no lead-in; and
+    // one that comes back to a block in the middle, after a lead-in.
+    for (INT_U32 back_to : { first, first + (last - first) / 2 / 1032 * 1032 }) {
+        std::string loop = good;
+        memcpy(&loop[at_logical(last)], &back_to, 4);
+        write("loop.pkg", loop);
+        PACKAGE package(folder, "loop.pkg", false, 0, false, true);
+        ASSERT_TRUE(package.is_open());
+        COUNTING_SINK sink;
+        EXPECT_FALSE(package.read_member("data", count_bytes, &sink));
+        EXPECT_EQ(last_error_code(), ERROR_READ);
+        EXPECT_STREQ(last_error_text(), "Error: Unable to read from file member chain loops.");
+        EXPECT_GE(sink.bytes, size);
+        EXPECT_LE(sink.bytes, 2 * size + 1024);
+        INT_U64 length = 0;
+        EXPECT_FALSE(package.member_size("data", &length));
+    }
+
+    // The sound package reads whole, and the sink can stop it.
+    PACKAGE package(folder, "p.pkg", false, 0, false, true);
+    COUNTING_SINK sink;
+    EXPECT_TRUE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, size);
+    EXPECT_FALSE(package.read_member("data", [](const void*, INT_U32, void*) { return false; }, nullptr));
+    EXPECT_FALSE(package.read_member("missing", count_bytes, &sink));
+    EXPECT_EQ(last_error_code(), ERROR_MEMBER_NOT_FOUND);
+}
+
+TEST_F(PACKAGE_FILE, a_requested_stop_ends_reading_and_adding)
+{
+    write("data.bin", pattern(50000, 4));
+    PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+    ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    host_request_stop(2);
+    COUNTING_SINK sink;
+    EXPECT_FALSE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, 0u);
+    EXPECT_FALSE(package.add_file(folder, "data.bin", "again"));
+    host_clear_stop();
+    EXPECT_TRUE(package.read_member("data", count_bytes, &sink));
+    EXPECT_EQ(sink.bytes, 50000u);
 }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -161,4 +162,111 @@ bool write_file(const std::string& path, const std::string& bytes)
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << bytes;
     return static_cast<bool>(out);
+}
+
+RUNNING_PROGRAM::RUNNING_PROGRAM(const std::string& program, const std::vector<std::string>& arguments,
+    const std::vector<std::string>& environment)
+{
+    int out_pipe[2], err_pipe[2];
+    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
+        return;
+    fflush(stdout);
+    fflush(stderr);
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(program.c_str()));
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    m_pid = fork();
+    if (m_pid == 0) {
+        int null_fd = open("/dev/null", O_RDONLY);
+        dup2(null_fd, STDIN_FILENO);
+        dup2(out_pipe[1], STDOUT_FILENO);
+        dup2(err_pipe[1], STDERR_FILENO);
+        close(out_pipe[0]);
+        close(err_pipe[0]);
+        for (const std::string& entry : environment)
+            putenv(strdup(entry.c_str()));
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+    close(out_pipe[1]);
+    close(err_pipe[1]);
+    m_out = out_pipe[0];
+    m_err = err_pipe[0];
+}
+
+RUNNING_PROGRAM::~RUNNING_PROGRAM()
+{
+    if (m_pid > 0 && running())
+        kill(m_pid, SIGKILL);
+    finish();
+}
+
+bool RUNNING_PROGRAM::poll_output(int milliseconds)
+{
+    struct pollfd fds[2] = { { m_out, POLLIN, 0 }, { m_err, POLLIN, 0 } };
+    if (m_out < 0 && m_err < 0)
+        return false;
+    if (poll(fds, 2, milliseconds) <= 0)
+        return true;
+    char chunk[65536];
+    for (int i = 0; i < 2; ++i) {
+        if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP | POLLERR)))
+            continue;
+        ssize_t got = read(fds[i].fd, chunk, sizeof chunk);
+        if (got <= 0) {
+            close(fds[i].fd);
+            (i == 0 ? m_out : m_err) = -1;
+            continue;
+        }
+        (i == 0 ? output : errors).append(chunk, static_cast<size_t>(got));
+    }
+    return m_out >= 0 || m_err >= 0;
+}
+
+bool RUNNING_PROGRAM::wait_for_output(const std::string& text, int timeout_milliseconds)
+{
+    for (int waited = 0; output.find(text) == std::string::npos; waited += 10) {
+        if (waited > timeout_milliseconds || !poll_output(10))
+            return output.find(text) != std::string::npos;
+    }
+    return true;
+}
+
+void RUNNING_PROGRAM::close_output()
+{
+    if (m_out >= 0)
+        close(m_out);
+    m_out = -1;
+}
+
+bool RUNNING_PROGRAM::running()
+{
+    if (m_pid <= 0 || m_reaped)
+        return false;
+    if (waitpid(m_pid, &m_status, WNOHANG) == m_pid) {
+        m_reaped = true;
+        return false;
+    }
+    return true;
+}
+
+void RUNNING_PROGRAM::send(int signal_number)
+{
+    if (m_pid > 0 && !m_reaped)
+        kill(m_pid, signal_number);
+}
+
+int RUNNING_PROGRAM::finish()
+{
+    while (poll_output(100)) {
+    }
+    if (m_pid <= 0)
+        return -1;
+    if (!m_reaped) {
+        waitpid(m_pid, &m_status, 0);
+        m_reaped = true;
+    }
+    return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1 - WTERMSIG(m_status);
 }

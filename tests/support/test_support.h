@@ -32,6 +32,43 @@ struct RUN_RESULT {
 RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
     const std::vector<std::string>& environment = {}, const std::string& working_folder = "");
 
+// A program started in the background, for tests that act while it runs (signals, kills). Its
+// standard input is /dev/null; what it prints is gathered by the polling calls. The destructor
+// kills and reaps a program still running.
+class RUNNING_PROGRAM {
+public:
+    RUNNING_PROGRAM(const std::string& program, const std::vector<std::string>& arguments,
+        const std::vector<std::string>& environment = {});
+    ~RUNNING_PROGRAM();
+    RUNNING_PROGRAM(const RUNNING_PROGRAM&) = delete;
+    RUNNING_PROGRAM& operator=(const RUNNING_PROGRAM&) = delete;
+
+    [[nodiscard]] int pid() const { return m_pid; }
+    // Reads what is there, waiting up to `milliseconds` for something; false once both outputs
+    // are closed.
+    bool poll_output(int milliseconds);
+    // Polls until the output holds `text` or the program closes its outputs; true when it holds it.
+    bool wait_for_output(const std::string& text, int timeout_milliseconds = 60000);
+    // Closes the reading end of standard output, as "| head" does once it has its lines.
+    void close_output();
+    // True while the program has not ended (it is reaped when it has).
+    bool running();
+    void send(int signal_number);
+    // Reads the rest and waits for the end: the exit status (0 to 255), or -1 - signal when a
+    // signal ended it.
+    int finish();
+
+    std::string output;
+    std::string errors;
+
+private:
+    int m_pid { -1 };
+    int m_out { -1 };
+    int m_err { -1 };
+    int m_status { 0 };
+    bool m_reaped { false };
+};
+
 // Runs `body` in a forked child with standard input from /dev/null and the given environment
 // entries, capturing what it prints. The child exits with 0 when body returns.
 RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment = {});

@@ -202,9 +202,9 @@ bool file_crc(const std::string& path, uLong* crc)
         return false;
     static unsigned char buffer[1 << 16];
     size_t got = 0;
-    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0)
+    while (!host_stop_requested() && (got = fread(buffer, 1, sizeof buffer, stream)) > 0)
         *crc = crc32(*crc, buffer, static_cast<uInt>(got));
-    bool ok = !ferror(stream);
+    bool ok = !ferror(stream) && !host_stop_requested();
     fclose(stream);
     return ok;
 }
@@ -366,7 +366,7 @@ bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
         return false;
     INT_U8 buffer[1 << 16];
     size_t got = 0;
-    while ((got = fread(buffer, 1, sizeof buffer, stream)) > 0) {
+    while (!host_stop_requested() && (got = fread(buffer, 1, sizeof buffer, stream)) > 0) {
         // A client above 512 MiB is not a program of ours.
         if (bytes->size() + got > (512u << 20)) {
             fclose(stream);
@@ -374,7 +374,7 @@ bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
         }
         bytes->insert(bytes->end(), buffer, buffer + got);
     }
-    bool ok = !ferror(stream);
+    bool ok = !ferror(stream) && !host_stop_requested();
     fclose(stream);
     return ok;
 }
@@ -414,9 +414,17 @@ bool write_installer(const BUILD_OPTIONS& options, const PACK_PLAN& plan, DATABA
         packer_error("cannot find the folder of '%s'", options.output);
         return false;
     }
-    std::string part = name + ".part";
-    FILE* stream = folder.open_stream(part.c_str(), "w+b");
+    // A name of its own beside the output, made exclusively, so that it can never be an input
+    // or anything else that was there.
+    char part_name[64];
+    if (!folder.make_temp_name(part_name, sizeof part_name, ".part")) {
+        packer_error("cannot write '%s'", options.output);
+        return false;
+    }
+    std::string part = part_name;
+    FILE* stream = folder.open_stream(part.c_str(), "r+b");
     if (!stream) {
+        (void)folder.delete_file(part.c_str());
         packer_error("cannot write '%s'", options.output);
         return false;
     }
@@ -450,7 +458,7 @@ bool write_installer(const BUILD_OPTIONS& options, const PACK_PLAN& plan, DATABA
     ok = ok && write_package_chunks(&out, &image, image.size(), chunks, chunk_progress, progress);
     if (laid_out) {
         progress->finish();
-        if (!ok)
+        if (!ok && !host_stop_requested())
             members.report_failure();
     }
     if (ok && client.size() + out.count() > 0xFFFFFFFFu) {
@@ -468,7 +476,8 @@ bool write_installer(const BUILD_OPTIONS& options, const PACK_PLAN& plan, DATABA
     ok = fclose(stream) == 0 && ok;
     if (!ok) {
         (void)folder.delete_file(part.c_str());
-        packer_error("cannot write '%s'", options.output);
+        if (!host_stop_requested())
+            packer_error("cannot write '%s'", options.output);
         return false;
     }
     if (!folder.rename_file(part.c_str(), folder, name.c_str()) || !folder.set_permissions(name.c_str(), 0755)) {
@@ -543,6 +552,48 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
     return true;
 }
 
+// Only regular files are read: a FIFO would block the build for ever, and a device such as
+// /dev/zero would never end. Folders (the skin tree) are read through their files.
+bool sources_are_regular_files(const PACK_PLAN& plan)
+{
+    std::vector<std::string> refused;
+    for (const PACK_MEMBER& member : plan.members) {
+        if (!host_is_regular_file(member.path.c_str())) {
+            packer_error("%s:%d: '%s' is not a regular file", plan.config_path.c_str(), member.line, member.path.c_str());
+            refused.push_back(member.path);
+        }
+    }
+    for (const std::string& input : plan.inputs) {
+        bool told = false;
+        for (const std::string& path : refused)
+            told = told || path == input;
+        if (!told && !host_is_folder(input.c_str()) && !host_is_regular_file(input.c_str())) {
+            packer_error("'%s' is not a regular file", input.c_str());
+            refused.push_back(input);
+        }
+    }
+    return refused.empty();
+}
+
+// The output replaces its file only at the end, but it must not replace an input at all: the
+// configuration, the client, a payload file, a picture. Compared as files, so that another name
+// for the same file (a link, "./", a hard link) is caught too.
+bool output_is_no_input(const char* output, const PACK_PLAN& plan)
+{
+    bool ok = true;
+    auto check = [&](const std::string& input) {
+        if (ok && host_same_file(output, input.c_str())) {
+            packer_error("-o '%s' is an input of the build ('%s'); choose another output", output, input.c_str());
+            ok = false;
+        }
+    };
+    for (const std::string& input : plan.inputs)
+        check(input);
+    for (const PACK_MEMBER& member : plan.members)
+        check(member.path);
+    return ok;
+}
+
 bool load_pictures(DATABASE* database, const PACK_PLAN& plan, DATA_SET_SPLASH* splash)
 {
     // load_skin stores the text it is given in skin_path itself, so it gets a copy.
@@ -598,6 +649,10 @@ int run_build_command(int argc, char** argv)
         return PACKER_USAGE;
     }
 
+    if (host_path_taken(options.config) && !host_is_regular_file(options.config)) {
+        packer_error("'%s' is not a regular file", options.config);
+        return PACKER_FAILED;
+    }
     DATABASE* database = new (std::nothrow) DATABASE;
     PACK_PLAN plan;
     CONFIG_ERRORS errors;
@@ -630,6 +685,10 @@ int run_build_command(int argc, char** argv)
         return PACKER_FAILED;
     }
     plan.inputs.push_back(plan.client_path);
+    if (!sources_are_regular_files(plan) || !output_is_no_input(options.output, plan)) {
+        delete database;
+        return PACKER_FAILED;
+    }
 
     DATA_SET_SPLASH* splash = new (std::nothrow) DATA_SET_SPLASH;
     bool ok = splash && build_time(plan, &database->data_time) && load_pictures(database, plan, splash);

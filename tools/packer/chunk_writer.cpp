@@ -15,6 +15,7 @@
 #include <new>
 #include <vector>
 
+#include "host/host.h"
 #include "host/host_threads.h"
 
 // ---------------------------------------------------------------------------------------------
@@ -248,7 +249,7 @@ bool write_stored(DATA_DEVICE* out, CHUNK_SOURCE* source, INT_U64 total, INT_U32
     piece.input = new (std::nothrow) INT_U8[cache];
     bool ok = piece.input != nullptr;
     for (piece.offset = 0; ok && piece.offset < total; piece.offset += piece.length) {
-        ok = read_piece(source, total, &piece, cache) && write_chunk(out, piece.input, piece.length);
+        ok = !host_stop_requested() && read_piece(source, total, &piece, cache) && write_chunk(out, piece.input, piece.length);
         source->release_before(piece.offset + piece.length);
         if (ok && progress)
             progress(piece.length, context);
@@ -265,7 +266,7 @@ bool write_compressed_here(DATA_DEVICE* out, CHUNK_SOURCE* source, INT_U64 total
     piece.output = new (std::nothrow) INT_U8[compressBound(settings.cache)];
     bool ok = piece.input && piece.output;
     for (piece.offset = 0; ok && piece.offset < total; piece.offset += piece.take) {
-        ok = read_piece(source, total, &piece, settings.cache);
+        ok = !host_stop_requested() && read_piece(source, total, &piece, settings.cache);
         if (ok)
             compress_piece(&piece, settings, safe);
         ok = ok && piece.ok && write_chunk(out, piece.output, piece.size);
@@ -300,6 +301,11 @@ bool write_compressed_in_parallel(DATA_DEVICE* out, CHUNK_SOURCE* source, INT_U6
     bool last_was_whole = true;
     bool ok = true;
     while (ok && written < total) {
+        // A signal ends the run between chunks; the threads finish the piece they hold.
+        if (host_stop_requested()) {
+            ok = false;
+            break;
+        }
         while (ahead < total && order.size() < pipeline.slot_count()) {
             INT_S32 slot = pipeline.free_slot();
             if (slot < 0)

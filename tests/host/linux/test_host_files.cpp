@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <cctype>
+#include <cstdlib>
 
 #include <string>
 
@@ -30,77 +34,209 @@ void expect_private(const std::string& path)
     EXPECT_EQ(info.st_mode & 022, 0u) << path;
 }
 
-// A fresh folder beside `candidate`, "<candidate>-XXXXXX".
-void expect_made_beside(const std::string& temp, const std::string& candidate)
+// This run's folder: "<base>/<name>.<host>.<pid>.XXXXXX", mode 0700.
+void expect_run_folder(const std::string& temp, const std::string& base, const std::string& name)
 {
-    EXPECT_EQ(temp.substr(0, candidate.size() + 1), candidate + "-") << temp;
-    EXPECT_EQ(temp.size(), candidate.size() + 7) << temp;
+    std::string stem = base + "/" + name + ".";
+    EXPECT_EQ(temp.substr(0, stem.size()), stem) << temp;
+    std::string pid = "." + std::to_string(getpid()) + ".";
+    EXPECT_EQ(temp.substr(temp.size() - 6 - pid.size(), pid.size()), pid) << temp;
     EXPECT_EQ(stat_of(temp).st_mode & 0777, 0700u);
     expect_private(temp);
 }
 
-} // namespace
-
-TEST(HOST_TEMP, made_private_when_missing_and_reused)
+// The name a run folder of process `pid` would have under `base`.
+std::string run_folder_name(const std::string& base, const std::string& name, long pid)
 {
-    FAKE_HOME f("orlutmp1");
-    std::string candidate = f.home + "/tmp/orlutmp1";
-    EXPECT_EQ(resolved("$TEMP"), candidate);
-    expect_private(candidate);
-    EXPECT_EQ(resolved("$temp"), candidate);
+    char machine[256] = {};
+    gethostname(machine, sizeof machine - 1);
+    std::string clean;
+    for (const char* c = machine; *c; ++c)
+        clean += isalnum(static_cast<unsigned char>(*c)) || *c == '-' ? *c : '_';
+    return base + "/" + name + "." + clean + "." + std::to_string(pid) + ".AbC123";
 }
 
-TEST(HOST_TEMP, home_without_tmp_uses_system_tmp)
+// A process number that is surely not running: a child that has been waited for.
+long finished_pid()
+{
+    pid_t child = fork();
+    if (child == 0)
+        _exit(0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return child;
+}
+
+} // namespace
+
+TEST(HOST_TEMP, one_fresh_private_folder_for_the_run)
+{
+    FAKE_HOME f("orlutmp1");
+    std::string temp = resolved("$TEMP");
+    expect_run_folder(temp, f.home + "/tmp", "orlutmp1");
+    // The same folder for the rest of the run.
+    EXPECT_EQ(resolved("$temp"), temp);
+    // At the end of the run it goes, with whatever is in it.
+    ASSERT_TRUE(write_file(temp + "/installer.pkg", "package"));
+    host_remove_run_temp_folder();
+    EXPECT_NE(access(temp.c_str(), F_OK), 0);
+    // A later use makes a new one.
+    std::string again = resolved("$TEMP");
+    EXPECT_NE(again, temp);
+    expect_run_folder(again, f.home + "/tmp", "orlutmp1");
+    host_remove_run_temp_folder();
+}
+
+TEST(HOST_TEMP, a_home_without_a_usable_tmp_uses_tmpdir_or_the_system_tmp)
 {
     FAKE_HOME f("orlutmp-sys");
     rmdir((f.home + "/tmp").c_str());
+    const char* old = getenv("TMPDIR");
+    std::string kept = old ? old : "";
+    unsetenv("TMPDIR");
     std::string temp = resolved("$TEMP");
-    EXPECT_EQ(temp.substr(0, 5), "/tmp/") << temp;
-    expect_private(temp);
-    rmdir(temp.c_str());
+    expect_run_folder(temp, "/tmp", "orlutmp-sys");
+    host_remove_run_temp_folder();
+
+    // A home tmp that others can write is not used; $TMPDIR is, when it is safe.
+    ASSERT_EQ(mkdir((f.home + "/tmp").c_str(), 0777), 0);
+    ASSERT_EQ(chmod((f.home + "/tmp").c_str(), 0777), 0);
+    std::string chosen = f.make("chosen");
+    ASSERT_EQ(chmod(chosen.c_str(), 0700), 0);
+    setenv("TMPDIR", chosen.c_str(), 1);
+    temp = resolved("$TEMP");
+    expect_run_folder(temp, chosen, "orlutmp-sys");
+    host_remove_run_temp_folder();
+    if (old)
+        setenv("TMPDIR", kept.c_str(), 1);
+    else
+        unsetenv("TMPDIR");
 }
 
-TEST(HOST_TEMP, folder_of_another_user_is_not_used)
+TEST(HOST_TEMP, a_stale_folder_of_a_dead_run_goes_and_a_living_one_stays)
+{
+    FAKE_HOME f("orlutmp2");
+    std::string base = f.home + "/tmp";
+    std::string dead = run_folder_name(base, "orlutmp2", finished_pid());
+    std::string living = run_folder_name(base, "orlutmp2", getppid());
+    std::string other = run_folder_name(base, "another", finished_pid());
+    for (const std::string& folder : { dead, living, other })
+        ASSERT_EQ(mkdir(folder.c_str(), 0700), 0) << folder;
+    ASSERT_TRUE(write_file(dead + "/installer.pkg", "left by a kill -9"));
+    // A link inside is removed as a link, and what it points at stays.
+    std::string outside = f.make("outside");
+    ASSERT_TRUE(write_file(outside + "/keep", "keep"));
+    ASSERT_EQ(symlink(outside.c_str(), (dead + "/link").c_str()), 0);
+
+    std::string temp = resolved("$TEMP");
+    expect_run_folder(temp, base, "orlutmp2");
+    EXPECT_NE(access(dead.c_str(), F_OK), 0);
+    EXPECT_EQ(access(living.c_str(), F_OK), 0);
+    EXPECT_EQ(access(other.c_str(), F_OK), 0);
+    EXPECT_EQ(read_file(outside + "/keep"), "keep");
+    host_remove_run_temp_folder();
+}
+
+TEST(HOST_TEMP, a_stale_folder_of_another_user_stays)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "giving a folder to another user needs root";
-    FAKE_HOME f("orlutmp2");
-    std::string candidate = f.home + "/tmp/orlutmp2";
-    ASSERT_EQ(mkdir(candidate.c_str(), 0700), 0);
-    ASSERT_EQ(chown(candidate.c_str(), 12345, 12345), 0);
-    std::string temp = resolved("$TEMP");
-    expect_made_beside(temp, candidate);
-    EXPECT_EQ(stat_of(candidate).st_uid, 12345u);
-}
-
-TEST(HOST_TEMP, writable_by_others_is_not_used)
-{
     FAKE_HOME f("orlutmp3");
-    std::string candidate = f.home + "/tmp/orlutmp3";
-    ASSERT_EQ(mkdir(candidate.c_str(), 0700), 0);
-    ASSERT_EQ(chmod(candidate.c_str(), 0777), 0);
-    expect_made_beside(resolved("$TEMP"), candidate);
+    std::string foreign = run_folder_name(f.home + "/tmp", "orlutmp3", finished_pid());
+    ASSERT_EQ(mkdir(foreign.c_str(), 0700), 0);
+    ASSERT_EQ(chown(foreign.c_str(), 12345, 12345), 0);
+    std::string temp = resolved("$TEMP");
+    EXPECT_EQ(access(foreign.c_str(), F_OK), 0);
+    host_remove_run_temp_folder();
 }
 
-TEST(HOST_TEMP, symbolic_link_is_not_used)
+TEST(HOST_TEMP, a_forked_child_leaves_its_parents_folder_alone)
 {
     FAKE_HOME f("orlutmp4");
-    std::string candidate = f.home + "/tmp/orlutmp4";
-    // Even a link to a folder that would pass every other test.
-    std::string target = f.make("planted");
-    ASSERT_EQ(chmod(target.c_str(), 0700), 0);
-    ASSERT_EQ(symlink(target.c_str(), candidate.c_str()), 0);
     std::string temp = resolved("$TEMP");
-    expect_made_beside(temp, candidate);
-    EXPECT_TRUE(S_ISLNK(stat_of(candidate).st_mode));
+    RUN_RESULT run = run_in_child([] {
+        host_remove_run_temp_folder();
+        exit(0); // the exit handlers run in the child too
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(access(temp.c_str(), F_OK), 0);
+    host_remove_run_temp_folder();
 }
 
-TEST(HOST_TEMP, own_private_folder_is_used)
+TEST(HOST_FILES_AT, links_below_the_start_are_never_followed)
 {
-    FAKE_HOME f("orlutmp5");
-    std::string candidate = f.home + "/tmp/orlutmp5";
-    ASSERT_EQ(mkdir(candidate.c_str(), 0755), 0);
-    EXPECT_EQ(resolved("$TEMP"), candidate);
+    TEMP_FOLDER temp;
+    std::string victim = temp.file("victim");
+    ASSERT_EQ(mkdir(victim.c_str(), 0755), 0);
+    ASSERT_TRUE(write_file(victim + "/file", "victim"));
+    std::string start = temp.file("start");
+    ASSERT_EQ(mkdir(start.c_str(), 0755), 0);
+    ASSERT_EQ(symlink(victim.c_str(), (start + "/linked").c_str()), 0);
+    ASSERT_EQ(symlink((victim + "/file").c_str(), (start + "/file_link").c_str()), 0);
+
+    int folder = host_open_folder(start.c_str());
+    ASSERT_GE(folder, 0);
+    // A linked folder is not entered, not even to create in it; names are single elements.
+    EXPECT_LT(host_enter_folder_at(folder, "linked", true), 0);
+    EXPECT_LT(host_enter_folder_at(folder, "..", true), 0);
+    EXPECT_LT(host_enter_folder_at(folder, "a/b", true), 0);
+    int made = host_enter_folder_at(folder, "made", true);
+    EXPECT_GE(made, 0);
+    host_close_descriptor(made);
+    EXPECT_TRUE(S_ISDIR(stat_of(start + "/made").st_mode));
+
+    // The link is described as itself.
+    HOST_FILE_INFO info;
+    ASSERT_TRUE(host_file_info_at(folder, "file_link", &info));
+    EXPECT_TRUE(info.is_link);
+    EXPECT_FALSE(host_file_info_at(folder, "nothing", &info));
+
+    // Appending refuses a link; a new file renamed over it replaces the link.
+    EXPECT_LT(host_open_append_at(folder, "file_link"), 0);
+    char part[64];
+    int descriptor = host_create_part_file_at(folder, part, sizeof part);
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(std::string(part).substr(0, 11), ".orlu-part.");
+    EXPECT_EQ(stat_of(start + "/" + part).st_mode & 07777, 0600u);
+    EXPECT_TRUE(host_write_descriptor(descriptor, "new", 3));
+    EXPECT_TRUE(host_set_descriptor_mode(descriptor, 0754));
+    EXPECT_TRUE(host_finish_descriptor(descriptor));
+    EXPECT_TRUE(host_rename_at(folder, part, "file_link"));
+    EXPECT_EQ(read_file(victim + "/file"), "victim");
+    EXPECT_EQ(read_file(start + "/file_link"), "new");
+    EXPECT_EQ(stat_of(start + "/file_link").st_mode & 07777, 0754u);
+    int append = host_open_append_at(folder, "file_link");
+    ASSERT_GE(append, 0);
+    EXPECT_TRUE(host_write_descriptor(append, "er", 2));
+    EXPECT_TRUE(host_finish_descriptor(append));
+    EXPECT_EQ(read_file(start + "/file_link"), "newer");
+    // A folder under the name is not replaced.
+    descriptor = host_create_part_file_at(folder, part, sizeof part);
+    ASSERT_GE(descriptor, 0);
+    EXPECT_TRUE(host_finish_descriptor(descriptor));
+    EXPECT_FALSE(host_rename_at(folder, part, "made"));
+    EXPECT_TRUE(host_delete_at(folder, part));
+    host_close_descriptor(folder);
+}
+
+TEST(HOST_FILES_AT, part_files_of_dead_processes_are_swept)
+{
+    TEMP_FOLDER temp;
+    std::string dead = temp.file(".orlu-part." + std::to_string(finished_pid()) + ".abcdef");
+    std::string living = temp.file(".orlu-part." + std::to_string(getpid()) + ".abcdef");
+    std::string dead_link = temp.file(".orlu-part." + std::to_string(finished_pid()) + ".linked");
+    ASSERT_TRUE(write_file(dead, "half"));
+    ASSERT_TRUE(write_file(living, "being written"));
+    ASSERT_TRUE(write_file(temp.file("kept"), "kept"));
+    ASSERT_EQ(symlink(temp.file("kept").c_str(), dead_link.c_str()), 0);
+    int folder = host_open_folder(temp.path().c_str());
+    ASSERT_GE(folder, 0);
+    EXPECT_EQ(host_remove_stale_parts_at(folder), 1);
+    host_close_descriptor(folder);
+    EXPECT_NE(access(dead.c_str(), F_OK), 0);
+    EXPECT_EQ(read_file(living), "being written");
+    EXPECT_EQ(read_file(temp.file("kept")), "kept");
+    EXPECT_TRUE(host_path_taken(dead_link.c_str())); // only regular files are ours to remove
 }
 
 TEST(HOST_FILES, copy_takes_names_as_they_stand)

@@ -694,7 +694,7 @@ TEST(DATABASE, load_data_set_reads_the_package_and_prepares_the_run)
     EXPECT_FALSE(ok);
 }
 
-TEST(DATABASE, a_damaged_database_still_loads_with_what_it_gave)
+TEST(DATABASE, a_damaged_database_is_refused)
 {
     TEMP_FOLDER temp;
     std::unique_ptr<DATABASE> source = make_database();
@@ -708,12 +708,38 @@ TEST(DATABASE, a_damaged_database_still_loads_with_what_it_gave)
         PACKAGE package(folder, "installer.pkg", true, 1024, true, false);
         ASSERT_TRUE(package.add_file(folder, "cut.bin", "database.bin"));
     }
-    bool ok = false;
-    std::unique_ptr<DATABASE> db = load(temp, &ok);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(db->installation_count, 2);
-    EXPECT_STREQ(db->languages[0].text(LANGUAGE_KEY::COMPLETE), "en/COMPLETE");
-    EXPECT_STREQ(db->languages[1].text(LANGUAGE_KEY::QUIT_MSG), "");
+    std::unique_ptr<DATABASE> db = make_database();
+    ASSERT_TRUE(db->data_folder.set_raw(temp.path().c_str()));
+    bool damaged = false;
+    EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+    EXPECT_TRUE(damaged);
+
+    // A negative text length, with the bytes behind it whole: refused as well.
+    std::string negative = bytes;
+    size_t at = negative.find("en/COMPLETE");
+    ASSERT_NE(at, std::string::npos);
+    // The length in front of the text, big-endian or not, becomes -1.
+    negative.replace(at - 4, 4, std::string(4, '\xFF'));
+    ASSERT_TRUE(write_file(temp.file("negative.bin"), std::string(1, '\0') + negative));
+    {
+        PACKAGE package(folder, "installer.pkg", true, 1024, true, false);
+        ASSERT_TRUE(package.add_file(folder, "negative.bin", "database.bin"));
+    }
+    damaged = false;
+    EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+    EXPECT_TRUE(damaged);
+
+    // A package without the member is not damage, only missing data.
+    {
+        TEMP_FOLDER empty;
+        FOLDER empty_folder;
+        ASSERT_TRUE(empty_folder.set_raw(empty.path().c_str()));
+        { PACKAGE package(empty_folder, "installer.pkg", true, 1024, true, false); }
+        db->data_folder = empty_folder;
+        damaged = true;
+        EXPECT_FALSE(db->load_data_set("installer.pkg", &damaged));
+        EXPECT_FALSE(damaged);
+    }
 }
 
 TEST(DATABASE, index_file_round_trip)

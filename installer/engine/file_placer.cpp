@@ -1,0 +1,288 @@
+// Placing files without following links, whole or not at all.
+//
+// [SECTION] Destination texts
+// [SECTION] Writing
+// [SECTION] Sweeping
+
+#include "installer/engine/file_placer.h"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <strings.h>
+
+#include "base/error_report.h"
+#include "host/host.h"
+#include "io/package.h"
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Destination texts
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// Appends "/" and `element` to a path, without doubling the slash of the root.
+bool join(char* path, size_t size, const char* element)
+{
+    size_t length = strlen(path);
+    const char* slash = length > 0 && path[length - 1] == '/' ? "" : "/";
+    return snprintf(path + length, size - length, "%s%s", slash, element) < static_cast<int>(size - length);
+}
+
+} // namespace
+
+bool is_plain_name(const char* name)
+{
+    return name && name[0] && strcmp(name, ".") && strcmp(name, "..") && !strchr(name, '/');
+}
+
+DESTINATION_FOLDER::~DESTINATION_FOLDER()
+{
+    close();
+}
+
+void DESTINATION_FOLDER::close()
+{
+    if (m_descriptor >= 0)
+        host_close_descriptor(m_descriptor);
+    m_descriptor = -1;
+}
+
+bool DESTINATION_FOLDER::open(const char* text, const FOLDER& here, bool create, bool create_variable,
+    bool no_fallback, bool allow_file_system_root)
+{
+    close();
+    snprintf(m_path, sizeof m_path, "%s", text ? text : "");
+    if (!text)
+        return false;
+
+    // The variable: the text up to its first "/".
+    char variable[256];
+    const char* rest = "";
+    if (!text[0]) {
+        snprintf(variable, sizeof variable, "$HERE");
+    } else {
+        if (text[0] != '$')
+            return false;
+        size_t length = strcspn(text, "/");
+        if (length >= sizeof variable)
+            return false;
+        memcpy(variable, text, length);
+        variable[length] = 0;
+        rest = text + length;
+    }
+    if (!is_known_variable(variable))
+        return false;
+    if (!allow_file_system_root && !strcasecmp(variable, "$ROOT1"))
+        return false;
+
+    // Every element is checked before anything is made, so a refused text makes no folder.
+    for (const char* at = rest; *at;) {
+        while (*at == '/')
+            ++at;
+        size_t length = strcspn(at, "/");
+        if (length == 2 && !strncmp(at, "..", 2))
+            return false;
+        if (length > 255)
+            return false;
+        at += length;
+    }
+
+    FOLDER base;
+    if (!strcasecmp(variable, "$HERE"))
+        base = here;
+    else if (!base.resolve_variable(variable, create_variable, no_fallback, false, &here))
+        return false;
+    snprintf(m_path, sizeof m_path, "%s", base.path());
+    int descriptor = host_open_folder(base.path());
+    for (const char* at = rest; *at;) {
+        while (*at == '/')
+            ++at;
+        size_t length = strcspn(at, "/");
+        char element[256];
+        memcpy(element, at, length);
+        element[length] = 0;
+        at += length;
+        if (!element[0] || !strcmp(element, "."))
+            continue;
+        if (!join(m_path, sizeof m_path, element)) {
+            host_close_descriptor(descriptor);
+            return false;
+        }
+        // The walk goes on in the path text after a failure, so that path() names the folder
+        // that was meant.
+        if (descriptor < 0)
+            continue;
+        int entered = host_enter_folder_at(descriptor, element, create);
+        host_close_descriptor(descriptor);
+        descriptor = entered;
+    }
+    if (descriptor < 0)
+        return false;
+    m_descriptor = descriptor;
+    return true;
+}
+
+void DESTINATION_FOLDER::path_of(const char* name, char* out, size_t size) const
+{
+    snprintf(out, size, "%s", m_path);
+    (void)join(out, size, name);
+}
+
+bool DESTINATION_FOLDER::entry_info(const char* name, HOST_FILE_INFO* info) const
+{
+    return m_descriptor >= 0 && host_file_info_at(m_descriptor, name, info);
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Writing
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// Member bytes come in blocks of the package's block size; they go out in larger writes.
+struct PART_WRITER {
+    int descriptor;
+    INT_U8* buffer;
+    size_t capacity;
+    size_t held;
+};
+
+bool flush_part(PART_WRITER* writer)
+{
+    if (writer->held && !host_write_descriptor(writer->descriptor, writer->buffer, writer->held))
+        return set_last_error(ERROR_WRITE, "the new file");
+    writer->held = 0;
+    return true;
+}
+
+bool take_bytes(const void* bytes, INT_U32 size, void* context)
+{
+    PART_WRITER* writer = static_cast<PART_WRITER*>(context);
+    if (writer->held + size > writer->capacity && !flush_part(writer))
+        return false;
+    if (size > writer->capacity)
+        return host_write_descriptor(writer->descriptor, bytes, size) || set_last_error(ERROR_WRITE, "the new file");
+    memcpy(writer->buffer + writer->held, bytes, size);
+    writer->held += size;
+    return true;
+}
+
+INT_U32 new_file_mode()
+{
+    static INT_U32 mode = 0;
+    if (!mode)
+        mode = host_new_file_mode();
+    return mode;
+}
+
+} // namespace
+
+PLACE_RESULT DESTINATION_FOLDER::place_member(PACKAGE* package, const char* member, const char* name, INT_U32 mode)
+{
+    if (m_descriptor < 0 || !package || !is_plain_name(name))
+        return PLACE_FAILED;
+    char part[64];
+    int descriptor = host_create_part_file_at(m_descriptor, part, sizeof part);
+    if (descriptor < 0)
+        return PLACE_FAILED;
+    static INT_U8 buffer[1 << 18];
+    PART_WRITER writer { descriptor, buffer, sizeof buffer, 0 };
+    bool ok = package->read_member(member, take_bytes, &writer) && flush_part(&writer);
+    // The mode goes on while the file is still under its private name, so the name never shows
+    // a set-id file with anything but its final bytes.
+    ok = ok && host_set_descriptor_mode(descriptor, mode);
+    ok = host_finish_descriptor(descriptor) && ok;
+    ok = ok && host_rename_at(m_descriptor, part, name);
+    if (ok)
+        return PLACE_DONE;
+    (void)host_delete_at(m_descriptor, part);
+    return host_stop_requested() ? PLACE_STOPPED : PLACE_FAILED;
+}
+
+bool DESTINATION_FOLDER::place_bytes(const char* name, const char* bytes, size_t size)
+{
+    if (m_descriptor < 0 || !is_plain_name(name))
+        return false;
+    char part[64];
+    int descriptor = host_create_part_file_at(m_descriptor, part, sizeof part);
+    if (descriptor < 0)
+        return false;
+    bool ok = host_write_descriptor(descriptor, bytes, size) && host_set_descriptor_mode(descriptor, new_file_mode());
+    ok = host_finish_descriptor(descriptor) && ok;
+    ok = ok && host_rename_at(m_descriptor, part, name);
+    if (!ok)
+        (void)host_delete_at(m_descriptor, part);
+    return ok;
+}
+
+bool DESTINATION_FOLDER::append(const char* name, const char* bytes, size_t size) const
+{
+    int descriptor = m_descriptor >= 0 ? host_open_append_at(m_descriptor, name) : -1;
+    if (descriptor < 0)
+        return false;
+    bool ok = host_write_descriptor(descriptor, bytes, size);
+    return host_finish_descriptor(descriptor) && ok;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Sweeping
+// ---------------------------------------------------------------------------------------------
+
+FOLDER_SWEEPER::~FOLDER_SWEEPER()
+{
+    delete[] m_keys;
+}
+
+void FOLDER_SWEEPER::clear()
+{
+    delete[] m_keys;
+    m_keys = nullptr;
+    m_slots = 0;
+    m_used = 0;
+}
+
+// An open-addressed set of (device, inode) pairs, kept at most half full. Without memory it
+// answers "new" every time, which costs a sweep too many, never one too few.
+bool FOLDER_SWEEPER::remember(INT_U64 device, INT_U64 inode)
+{
+    if ((m_used + 1) * 2 > m_slots) {
+        INT_U32 slots = m_slots ? m_slots * 2 : 64;
+        INT_U64* keys = slots > m_slots ? new (std::nothrow) INT_U64[slots * 2]() : nullptr;
+        if (!keys)
+            return true;
+        INT_U64* old = m_keys;
+        INT_U32 old_slots = m_slots;
+        m_keys = keys;
+        m_slots = slots;
+        m_used = 0;
+        for (INT_U32 i = 0; i < old_slots; ++i) {
+            if (old[i * 2] || old[i * 2 + 1])
+                (void)remember(old[i * 2], old[i * 2 + 1]);
+        }
+        delete[] old;
+    }
+    INT_U64 hash = (device * 0x9E3779B97F4A7C15ull) ^ (inode * 0xC2B2AE3D27D4EB4Full);
+    for (INT_U32 probe = 0; probe < m_slots; ++probe) {
+        INT_U32 slot = static_cast<INT_U32>((hash + probe) & (m_slots - 1));
+        INT_U64* key = m_keys + slot * 2;
+        if (key[0] == device && key[1] == inode)
+            return false;
+        if (!key[0] && !key[1]) {
+            key[0] = device;
+            key[1] = inode;
+            ++m_used;
+            return true;
+        }
+    }
+    return true;
+}
+
+void FOLDER_SWEEPER::sweep(const DESTINATION_FOLDER& folder)
+{
+    INT_U64 device = 0, inode = 0;
+    if (!folder.is_open() || !host_folder_identity(folder.descriptor(), &device, &inode))
+        return;
+    if (remember(device, inode))
+        (void)host_remove_stale_parts_at(folder.descriptor());
+}

@@ -1,0 +1,92 @@
+// Where the install engine writes, and how. An installer often runs as root into folders that
+// other users can write, so what it writes must be what the data set says, where the user chose,
+// or nothing:
+//
+//   - A destination is its path variable's folder ("$HERE", "$ROOT0", "$SYSAPP", ...) and the
+//     folders below it. From that folder on, every folder is entered without following a link;
+//     a link (or a file) where a folder goes makes the destination fail. ".." is refused, and so
+//     is "$ROOT1", the file system root, unless the install type allows system paths.
+//   - A file is written whole under a fresh private name in its destination folder, given its
+//     mode on the open descriptor, and only then renamed over its name. A link standing at the
+//     name is replaced like a file, never written through. A kill at any moment leaves the old
+//     file or the new one, never a piece; the private name it leaves behind is removed by the
+//     next run that writes into the folder.
+#pragma once
+
+#include "base/orlu_types.h"
+#include "host/host_files.h"
+#include "io/folder.h"
+
+class PACKAGE;
+
+// What placing a file came to.
+enum PLACE_RESULT : INT_S32 {
+    PLACE_DONE = 0,
+    PLACE_FAILED = 1,  // nothing changed at the destination
+    PLACE_STOPPED = 2, // a stop of the run was requested while the file was written; nothing changed
+};
+
+// True when `name` can stand in a folder as one entry: not empty, no "/", not "." or "..".
+[[nodiscard]] bool is_plain_name(const char* name);
+
+// One destination folder, open for the length of a file's install (or of the run, for the log).
+class DESTINATION_FOLDER {
+public:
+    DESTINATION_FOLDER() = default;
+    ~DESTINATION_FOLDER();
+    DESTINATION_FOLDER(const DESTINATION_FOLDER&) = delete;
+    DESTINATION_FOLDER& operator=(const DESTINATION_FOLDER&) = delete;
+
+    // Opens the folder a destination text names. The text is "$VARIABLE" and elements below it,
+    // or empty for `here` itself; "$HERE" is `here`. `create_variable` and `no_fallback` apply to
+    // the variable's own folder as FOLDER::set takes them, `create` to the elements below it.
+    // False when the text is refused (not a variable text, an unknown variable, a ".." element,
+    // "$ROOT1" without `allow_file_system_root`) or a folder cannot be entered or made. path()
+    // is then the path the folder was meant to have (the text itself when the variable did not
+    // resolve).
+    bool open(const char* text, const FOLDER& here, bool create, bool create_variable, bool no_fallback,
+        bool allow_file_system_root);
+    void close();
+
+    [[nodiscard]] bool is_open() const { return m_descriptor >= 0; }
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
+    // The folder's plain path, or the path it was meant to have.
+    [[nodiscard]] const char* path() const { return m_path; }
+    // path() and the name, joined by "/".
+    void path_of(const char* name, char* out, size_t size) const;
+
+    // The entry `name` as it stands (a link is described as itself). False when there is none.
+    [[nodiscard]] bool entry_info(const char* name, HOST_FILE_INFO* info) const;
+    // Writes the package member as the new file `name`, with `mode` (set-id bits included).
+    [[nodiscard]] PLACE_RESULT place_member(PACKAGE* package, const char* member, const char* name, INT_U32 mode);
+    // Writes `bytes` as the new file `name` with the usual mode of a new file (0666 less the umask).
+    [[nodiscard]] bool place_bytes(const char* name, const char* bytes, size_t size);
+    // Appends to the regular file `name`; false when it is missing or a link.
+    bool append(const char* name, const char* bytes, size_t size) const;
+
+private:
+    int m_descriptor { -1 };
+    char m_path[ORLU_MAX_PATH * 2] {};
+};
+
+// The folders a run has written into, so that each is swept once for the private names a killed
+// run left there. Grows as needed; main thread only.
+class FOLDER_SWEEPER {
+public:
+    FOLDER_SWEEPER() = default;
+    ~FOLDER_SWEEPER();
+    FOLDER_SWEEPER(const FOLDER_SWEEPER&) = delete;
+    FOLDER_SWEEPER& operator=(const FOLDER_SWEEPER&) = delete;
+
+    // Removes stale private names from the folder the first time the run meets it.
+    void sweep(const DESTINATION_FOLDER& folder);
+    // Forgets every folder (a new run).
+    void clear();
+
+private:
+    bool remember(INT_U64 device, INT_U64 inode);
+
+    INT_U64* m_keys { nullptr }; // pairs of device and inode; 0, 0 marks a free slot
+    INT_U32 m_slots { 0 };
+    INT_U32 m_used { 0 };
+};
