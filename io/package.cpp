@@ -5,6 +5,7 @@
 // [SECTION] Header, root and entries
 // [SECTION] Blocks and chains
 // [SECTION] Members in and out
+// [SECTION] Members read in place
 // [SECTION] Members as devices
 
 #include "io/package.h"
@@ -38,6 +39,14 @@ INT_U32 get_u32(const INT_U8* at)
     INT_U32 value;
     memcpy(&value, at, 4);
     return value;
+}
+
+INT_U32 name_hash(const char* name)
+{
+    INT_U32 hash = 2166136261u;
+    for (const unsigned char* at = reinterpret_cast<const unsigned char*>(name); *at; ++at)
+        hash = (hash ^ *at) * 16777619u;
+    return hash;
 }
 
 void delete_cached_entry(void* item)
@@ -219,6 +228,52 @@ void PACKAGE::free_cached_entries()
 {
     m_cached_entries.free_all();
     m_first_cached = m_last_cached = nullptr;
+    delete[] m_name_index;
+    m_name_index = nullptr;
+    m_name_index_size = 0;
+    m_name_index_count = 0;
+    m_name_index_broken = false;
+}
+
+// The cached entries by name, so that a package of many members is not walked for each look-up.
+// A name that is there already keeps its first entry, as a walk of the list would find it. When
+// memory for the table runs out the look-ups walk the list instead.
+void PACKAGE::index_name(PACKAGE_ENTRY* entry)
+{
+    if (m_name_index_broken)
+        return;
+    if ((m_name_index_count + 1) * 2 > m_name_index_size) {
+        INT_U32 size = m_name_index_size ? m_name_index_size * 2 : 64;
+        PACKAGE_ENTRY** table = new (std::nothrow) PACKAGE_ENTRY*[size]();
+        if (!table || size < m_name_index_size) {
+            delete[] table;
+            delete[] m_name_index;
+            m_name_index = nullptr;
+            m_name_index_size = m_name_index_count = 0;
+            m_name_index_broken = true;
+            return;
+        }
+        for (INT_U32 i = 0; i < m_name_index_size; ++i) {
+            PACKAGE_ENTRY* held = m_name_index[i];
+            if (!held)
+                continue;
+            INT_U32 slot = name_hash(held->name) & (size - 1);
+            while (table[slot])
+                slot = (slot + 1) & (size - 1);
+            table[slot] = held;
+        }
+        delete[] m_name_index;
+        m_name_index = table;
+        m_name_index_size = size;
+    }
+    INT_U32 slot = name_hash(entry->name) & (m_name_index_size - 1);
+    while (m_name_index[slot]) {
+        if (strcmp(m_name_index[slot]->name, entry->name) == 0)
+            return;
+        slot = (slot + 1) & (m_name_index_size - 1);
+    }
+    m_name_index[slot] = entry;
+    ++m_name_index_count;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -332,6 +387,7 @@ bool PACKAGE::load_cached_index()
         else
             m_first_cached = entry;
         m_last_cached = entry;
+        index_name(entry);
         if (!next_entry_follows(*entry))
             return fail(ERROR_READ, "entry list loops");
         position = entry->next_entry;
@@ -341,6 +397,15 @@ bool PACKAGE::load_cached_index()
 
 PACKAGE_ENTRY* PACKAGE::find_cached(const char* name) const
 {
+    if (m_name_index) {
+        INT_U32 slot = name_hash(name) & (m_name_index_size - 1);
+        for (PACKAGE_ENTRY* entry = m_name_index[slot]; entry; entry = m_name_index[slot]) {
+            if (strcmp(entry->name, name) == 0)
+                return entry;
+            slot = (slot + 1) & (m_name_index_size - 1);
+        }
+        return nullptr;
+    }
     for (PACKAGE_ENTRY* entry = m_first_cached; entry; entry = entry->next) {
         if (strcmp(entry->name, name) == 0)
             return entry;
@@ -456,6 +521,7 @@ bool PACKAGE::add_entry(const char* name, PACKAGE_ENTRY* entry)
         else
             m_first_cached = cached;
         m_last_cached = cached;
+        index_name(cached);
         if (!m_first_entry)
             m_first_entry = entry->position;
         m_last_entry = entry->position;
@@ -812,6 +878,83 @@ bool PACKAGE::list_members(MEMBER_CALLBACK callback, void* context)
     }
     free(entry.name);
     return ok;
+}
+
+// ---------------------------------------------------------------------------------------------
+// [SECTION] Members read in place
+// ---------------------------------------------------------------------------------------------
+
+PACKAGE_MEMBER_READER::~PACKAGE_MEMBER_READER() { delete[] m_payload; }
+
+bool PACKAGE_MEMBER_READER::open(PACKAGE* package, const char* member_name)
+{
+    m_package = nullptr;
+    m_next = m_used = m_offset = m_blocks = 0;
+    m_mark = m_steps_since_mark = 0;
+    m_next_move = 1;
+    m_failed = false;
+    if (!package || !package->m_device)
+        return package ? package->fail(ERROR_PACKAGE_NOT_OPEN, nullptr) : set_last_error(ERROR_PACKAGE_NOT_OPEN, nullptr);
+    PACKAGE_ENTRY entry;
+    if (!package->find_entry(member_name, &entry))
+        return package->fail(ERROR_MEMBER_NOT_FOUND, member_name);
+    delete[] m_payload;
+    m_payload = new (std::nothrow) INT_U8[package->m_block_size];
+    if (!m_payload)
+        return package->fail(ERROR_PACKAGE_MEMORY, nullptr);
+    m_package = package;
+    m_next = entry.first_block;
+    return true;
+}
+
+INT_S32 PACKAGE_MEMBER_READER::read(void* buffer, INT_S32 size)
+{
+    if (!m_package || m_failed)
+        return m_failed ? -1 : 0;
+    INT_U8* out = static_cast<INT_U8*>(buffer);
+    INT_S32 done = 0;
+    while (done < size) {
+        if (m_offset == m_used) {
+            if (!m_next)
+                break;
+            // A loop is found as walk_chain finds it: Brent's mark, and no more blocks than the
+            // file has room for.
+            if (host_stop_requested()) {
+                m_failed = true;
+                m_package->fail(ERROR_READ, "interrupted");
+                return -1;
+            }
+            if (m_next == m_mark || ++m_blocks > m_package->most_blocks()) {
+                m_failed = true;
+                m_package->fail(ERROR_READ, "member chain loops");
+                return -1;
+            }
+            if (++m_steps_since_mark == m_next_move) {
+                m_mark = m_next;
+                m_steps_since_mark = 0;
+                m_next_move = m_next_move < 0x80000000u ? m_next_move * 2 : m_next_move;
+            }
+            // The package's block buffer is shared by everything that reads it: the payload is
+            // copied out before anything else can use it.
+            INT_U32 next = 0, used = 0;
+            if (!m_package->read_block(m_next, &next, &used)) {
+                m_failed = true;
+                return -1;
+            }
+            memcpy(m_payload, m_package->m_block_buffer + 4, used);
+            m_next = next;
+            m_used = used;
+            m_offset = 0;
+            continue;
+        }
+        INT_U32 wanted = static_cast<INT_U32>(size - done);
+        INT_U32 held = m_used - m_offset;
+        INT_U32 take = wanted < held ? wanted : held;
+        memcpy(out + done, m_payload + m_offset, take);
+        m_offset += take;
+        done += static_cast<INT_S32>(take);
+    }
+    return done;
 }
 
 // ---------------------------------------------------------------------------------------------

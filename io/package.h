@@ -94,6 +94,36 @@ private:
     PACKAGE_MEMBER_LINK m_link;
 };
 
+// A member's bytes read in order straight from its blocks, with no temporary file: for reading
+// members of a package that stays open for a whole run (comparing two data sets, installing).
+// Several readers may be open on one package at a time, each holding its own block; the package
+// must outlive them.
+class PACKAGE_MEMBER_READER {
+public:
+    PACKAGE_MEMBER_READER() = default;
+    ~PACKAGE_MEMBER_READER();
+    PACKAGE_MEMBER_READER(const PACKAGE_MEMBER_READER&) = delete;
+    PACKAGE_MEMBER_READER& operator=(const PACKAGE_MEMBER_READER&) = delete;
+
+    // False, with the last-error slot set (4109, 4112, 4107), when the member cannot be read.
+    [[nodiscard]] bool open(PACKAGE* package, const char* member_name);
+    // Up to `size` bytes, as many as the member still has: 0 at its end, -1 when its chain is
+    // damaged (the last-error slot says how).
+    [[nodiscard]] INT_S32 read(void* buffer, INT_S32 size);
+
+private:
+    PACKAGE* m_package { nullptr };
+    INT_U8* m_payload { nullptr };
+    INT_U32 m_next { 0 };   // the block after the one held
+    INT_U32 m_used { 0 };   // bytes of the held block
+    INT_U32 m_offset { 0 }; // of those, handed out
+    INT_U32 m_blocks { 0 }; // blocks walked, against loops
+    INT_U32 m_mark { 0 };   // Brent's mark
+    INT_U32 m_steps_since_mark { 0 };
+    INT_U32 m_next_move { 1 };
+    bool m_failed { false };
+};
+
 class PACKAGE {
 public:
     // Opens `file_name` in `folder`, or creates it when `create` is set (block_size 0 or less:
@@ -153,6 +183,7 @@ public:
     bool list_members(MEMBER_CALLBACK callback, void* context);
 
 private:
+    friend class PACKAGE_MEMBER_READER;
     bool fail(INT_U16 code, const char* detail);
     template <typename MEMBER_FILE, typename OPEN_FILE>
     MEMBER_FILE* open_member(const char* member_name, INT_S32 mode, OPEN_FILE open_file);
@@ -167,6 +198,7 @@ private:
     bool load_cached_index();
     PACKAGE_ENTRY* find_cached(const char* name) const;
     bool look_up(const char* name, PACKAGE_ENTRY* entry_out, bool* found);
+    void index_name(PACKAGE_ENTRY* entry);
     bool add_entry(const char* name, PACKAGE_ENTRY* entry);
     bool update_entry(const PACKAGE_ENTRY& entry);
     bool allocate_block(PACKAGE_ENTRY* entry, INT_U32* position);
@@ -198,6 +230,11 @@ private:
     bool m_cached_index { false };
     bool m_read_only { false };
     PTRARRAY m_cached_entries;
+    // Open addressing over the cached entries, at most half full; null without a cached index.
+    PACKAGE_ENTRY** m_name_index { nullptr };
+    INT_U32 m_name_index_size { 0 };
+    INT_U32 m_name_index_count { 0 };
+    bool m_name_index_broken { false };
 
     FOLDER m_folder;
     char m_file_name[256] {};

@@ -260,6 +260,20 @@ public:
     template <typename T>
     [[nodiscard]] bool number(T* value) { return device_read(m_device, value); }
 
+    // A String kept in `arena`, cut as a field of DATABASE_TEXT would cut it; `once` for a text
+    // that will not repeat. Running out of memory is a failed read.
+    [[nodiscard]] bool text(TEXT_ARENA* arena, const char** field, bool once = false)
+    {
+        char buffer[DATABASE_TEXT];
+        if (!text(buffer, sizeof buffer))
+            return false;
+        const char* stored = once ? arena->store_once(buffer) : arena->store(buffer);
+        if (!stored)
+            return fail();
+        *field = stored;
+        return true;
+    }
+
     // A String: INT_S32 length and the bytes. At most size - 1 bytes are kept; the rest is read
     // and dropped, so that the next field is found where it lies.
     [[nodiscard]] bool text(char* buffer, INT_S32 size)
@@ -297,7 +311,11 @@ public:
         if (length > 0 && !device_read_bytes(m_device, buffer, length))
             return false;
         buffer[length] = 0;
-        string->assign(buffer);
+        // An empty text takes no buffer: most files have no platform.
+        if (length == 0)
+            string->clear();
+        else
+            string->assign(buffer);
         return true;
     }
 
@@ -415,6 +433,7 @@ void DATABASE::free_records()
     delete[] clients;
     clients = nullptr;
     client_count = 0;
+    file_texts.clear();
 }
 
 void DATABASE::reset()
@@ -690,18 +709,17 @@ bool DATABASE::read_stream(DATA_DEVICE* device)
         files_so_far += files;
         for (INT_S16 f = 0; f < installation.file_count; ++f) {
             FILE_RECORD& file = installation.files[f];
-            if (!in.text(file.src_name, sizeof file.src_name)
-                || !in.text(file.src_path_from_xml, sizeof file.src_path_from_xml)
-                || !in.text(file.dest_path_from_inst_loc, sizeof file.dest_path_from_inst_loc)
-                || !in.platform(v, &file.platform) || !in.text(file.dest_name, sizeof file.dest_name)
-                || !in.text(file.system_dest_path_from_inst_loc, sizeof file.system_dest_path_from_inst_loc)
+            if (!in.text(&file_texts, &file.src_name) || !in.text(&file_texts, &file.src_path_from_xml)
+                || !in.text(&file_texts, &file.dest_path_from_inst_loc) || !in.platform(v, &file.platform)
+                || !in.text(&file_texts, &file.dest_name) || !in.text(&file_texts, &file.system_dest_path_from_inst_loc)
                 || !in.number(&file.stamp))
                 return false;
             if (v > 17 && !in.number(&file.switch_user))
                 return false;
             if (v > 7 && !in.number(&file.overwrite))
                 return false;
-            if (!in.text(file.packed_name, sizeof file.packed_name))
+            // Packed names are made unique by the packer: nothing to share.
+            if (!in.text(&file_texts, &file.packed_name, true))
                 return false;
         }
         INT_S16 shortcuts = 0;

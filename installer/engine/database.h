@@ -11,7 +11,9 @@
 // still holds, texts are cut to their fields, and a damaged stream makes the read answer false
 // with everything read before the damage kept: the run-time goes on with that.
 //
-// Records are fixed-size and held in plain arrays, so the whole database can be walked by index.
+// Records are held in plain arrays, so the whole database can be walked by index. They are
+// fixed-size except for the file records, whose texts lie in one arena (see FILE_RECORD): the
+// stream keeps its form, only the memory behind it is compact.
 //
 // [SECTION] Sizes and limits
 // [SECTION] Records
@@ -19,6 +21,7 @@
 #pragma once
 
 #include "base/data_device.h"
+#include "base/text_arena.h"
 #include "io/folder.h"
 #include "graphics/image.h"
 #include "base/orlu_string.h"
@@ -243,17 +246,22 @@ struct FILE_SELECT_SETTINGS {
     INT_U8 can_drag { 1 };
 };
 
+// A file's texts are kept once each in the database's `file_texts` arena, so that a data set of
+// tens of thousands of files costs a few hundred bytes a file rather than six kilobytes. Each
+// text field is never null (the empty text is ""), holds at most DATABASE_TEXT - 1 characters
+// when read from a stream, and lives as long as the records. A text set from elsewhere (a
+// string literal) must outlive the records too.
 struct FILE_RECORD {
-    char src_name[DATABASE_TEXT] {};
-    char src_path_from_xml[DATABASE_TEXT] {};
-    char dest_path_from_inst_loc[DATABASE_TEXT] {};
+    const char* src_name { "" };
+    const char* src_path_from_xml { "" };
+    const char* dest_path_from_inst_loc { "" };
     ORLU_STRING platform;
-    char dest_name[DATABASE_TEXT] {};
-    char system_dest_path_from_inst_loc[DATABASE_TEXT] {};
+    const char* dest_name { "" };
+    const char* system_dest_path_from_inst_loc { "" };
     INT_U8 stamp { 0 };
     INT_U8 switch_user { 0 };
     INT_U8 overwrite { OVERWRITE_ALWAYS };
-    char packed_name[DATABASE_TEXT] {};
+    const char* packed_name { "" };
 
     // The name at the destination: dest_name, or src_name when that is empty.
     [[nodiscard]] const char* destination_name() const { return dest_name[0] ? dest_name : src_name; }
@@ -454,6 +462,8 @@ public:
     char skin_path[DATABASE_LONG_TEXT] {};
     CLIENT_RECORD** clients { nullptr };
     INT_S16 client_count { 0 };
+    // The texts of every FILE_RECORD; cleared with the records.
+    TEXT_ARENA file_texts;
 
     // --- Run-time fields, never streamed -----------------------------------------------------
     INT_S16 current_installation { 0 };

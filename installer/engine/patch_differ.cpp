@@ -150,35 +150,101 @@ bool same_file(const FILE_RECORD& a, const FILE_RECORD& b)
         && strcmp(a.system_dest_path_from_inst_loc, b.system_dest_path_from_inst_loc) == 0 && a.stamp == b.stamp;
 }
 
+// A hash of exactly the fields that same_file compares.
+INT_U32 file_hash(const FILE_RECORD& file)
+{
+    INT_U32 hash = 2166136261u;
+    auto mix = [&hash](const char* text) {
+        for (const unsigned char* at = reinterpret_cast<const unsigned char*>(text); *at; ++at)
+            hash = (hash ^ *at) * 16777619u;
+        hash = (hash ^ 0xFFu) * 16777619u; // keeps "ab","c" apart from "a","bc"
+    };
+    mix(file.src_name);
+    mix(file.src_path_from_xml);
+    mix(file.dest_path_from_inst_loc);
+    mix(file.platform.c_str());
+    mix(file.dest_name);
+    mix(file.system_dest_path_from_inst_loc);
+    return (hash ^ file.stamp) * 16777619u;
+}
+
+// The files of the older installation by their identifying fields: for each file of the newer
+// one, the first older file with the same fields, as a walk from the start would find it, in
+// constant time.
+class FILE_MATCHER {
+public:
+    ~FILE_MATCHER() { delete[] m_slots; }
+
+    // False when memory runs out.
+    bool build(const INSTALLATION_RECORD& older)
+    {
+        m_files = older.files;
+        m_size = 16;
+        while (m_size < static_cast<INT_U32>(older.file_count) * 2u)
+            m_size *= 2;
+        m_slots = new (std::nothrow) INT_S32[m_size];
+        if (!m_slots)
+            return false;
+        for (INT_U32 i = 0; i < m_size; ++i)
+            m_slots[i] = -1;
+        // Files in order, so that of several equal ones the first stays.
+        for (INT_S16 n = 0; n < older.file_count; ++n) {
+            INT_U32 slot = file_hash(older.files[n]) & (m_size - 1);
+            while (m_slots[slot] >= 0 && !same_file(m_files[m_slots[slot]], older.files[n]))
+                slot = (slot + 1) & (m_size - 1);
+            if (m_slots[slot] < 0)
+                m_slots[slot] = n;
+        }
+        return true;
+    }
+
+    // The index of the first older file that matches, or -1.
+    [[nodiscard]] INT_S32 find(const FILE_RECORD& newer) const
+    {
+        for (INT_U32 slot = file_hash(newer) & (m_size - 1); m_slots[slot] >= 0; slot = (slot + 1) & (m_size - 1)) {
+            if (same_file(m_files[m_slots[slot]], newer))
+                return m_slots[slot];
+        }
+        return -1;
+    }
+
+private:
+    const FILE_RECORD* m_files { nullptr };
+    INT_S32* m_slots { nullptr };
+    INT_U32 m_size { 0 };
+};
+
 enum CONTENT { CONTENT_SAME, CONTENT_CHANGED, CONTENT_NO_FIRST, CONTENT_NO_SECOND };
 
-// Reads both members in step, 1024 bytes at a time; the buffers are cleared first, so the last,
-// partly filled pair compares only what was read.
+// Members of different lengths are changed without reading them; members of one length are
+// read in step straight from their packages, and the first difference ends the reading.
 CONTENT compare_members(PACKAGE* first, PACKAGE* second, const char* first_name, const char* second_name)
 {
-    PACKAGE_DATA_FILE* a = first->open_member_data(first_name, FILE_READ, 0);
-    if (!a)
+    INT_U64 first_size = 0, second_size = 0;
+    if (!first || !first->member_size(first_name, &first_size))
         return CONTENT_NO_FIRST;
-    PACKAGE_DATA_FILE* b = second->open_member_data(second_name, FILE_READ, 0);
-    if (!b) {
-        PACKAGE::close_member_data(&a);
+    if (!second || !second->member_size(second_name, &second_size))
         return CONTENT_NO_SECOND;
-    }
-    CONTENT result = CONTENT_SAME;
+    if (first_size != second_size)
+        return CONTENT_CHANGED;
+    PACKAGE_MEMBER_READER a, b;
+    if (!a.open(first, first_name))
+        return CONTENT_NO_FIRST;
+    if (!b.open(second, second_name))
+        return CONTENT_NO_SECOND;
+    static INT_U8 left[1 << 16], right[1 << 16];
     for (;;) {
-        char left[1024] = {}, right[1024] = {};
-        INT_S32 got_left = a->read(left, sizeof left);
-        INT_S32 got_right = b->read(right, sizeof right);
-        if (got_left != got_right || memcmp(left, right, sizeof left) != 0) {
-            result = CONTENT_CHANGED;
-            break;
-        }
+        INT_S32 got_left = a.read(left, sizeof left);
+        INT_S32 got_right = b.read(right, sizeof right);
+        if (got_left < 0)
+            return CONTENT_NO_FIRST;
+        if (got_right < 0)
+            return CONTENT_NO_SECOND;
+        if (got_left != got_right || (got_left > 0 && memcmp(left, right, static_cast<size_t>(got_left)) != 0))
+            return CONTENT_CHANGED;
         if (got_left <= 0)
-            break;
+            return CONTENT_SAME;
     }
-    PACKAGE::close_member_data(&a);
-    PACKAGE::close_member_data(&b);
-    return result;
 }
 
 // "@" stands for "$", which a shell would take for itself.
@@ -278,17 +344,17 @@ bool compare_installation(DATABASE& d1, DATABASE& d2, INT_S16 index, PATCH_WRITE
     if (i1.shortcut_count || i2.shortcut_count)
         host_print("\tShortcuts are ignored by patching system\n");
     INT_U8* matched = new (std::nothrow) INT_U8[i1.file_count > 0 ? i1.file_count : 1]();
-    if (!matched) {
+    FILE_MATCHER matcher;
+    if (!matched || !matcher.build(i1)) {
+        delete[] matched;
         host_print("\tUnable to create flags array\n");
         return false;
     }
     bool ok = true;
     for (INT_S16 n2 = 0; n2 < i2.file_count && ok; ++n2) {
         const FILE_RECORD& f2 = i2.files[n2];
-        INT_S16 n1 = 0;
-        while (n1 < i1.file_count && !same_file(i1.files[n1], f2))
-            ++n1;
-        if (n1 == i1.file_count) {
+        INT_S32 n1 = matcher.find(f2);
+        if (n1 < 0) {
             writer.file(f2, false);
             host_printf("\t\tFile added - %s/%s\n", f2.src_path_from_xml, f2.src_name);
             continue;

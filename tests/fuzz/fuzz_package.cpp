@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the package reader as a package file: opening, listing every member
-// and extracting each, with and without the cached index. Nothing may crash, hang or allocate
+// and extracting each (to a file and read in place), with and without the cached index. Nothing may crash, hang or allocate
 // without bound.
 
 #include <unistd.h>
@@ -23,8 +23,15 @@ struct WALK {
 void extract_member(const char* name, INT_U64, void* context)
 {
     WALK* walk = static_cast<WALK*>(context);
-    if (walk->extracted++ < 16)
-        walk->package->extract_file(*walk->folder, "member.out", name);
+    if (walk->extracted++ >= 16)
+        return;
+    walk->package->extract_file(*walk->folder, "member.out", name);
+    PACKAGE_MEMBER_READER reader;
+    if (!reader.open(walk->package, name))
+        return;
+    static char buffer[3000];
+    while (reader.read(buffer, sizeof buffer) > 0) {
+    }
 }
 
 } // namespace

@@ -429,6 +429,99 @@ TEST_F(PACKAGE_FILE, closing_reports_the_write_that_did_not_arrive)
     EXPECT_EQ(run.output, "added not closed 4104");
 }
 
+TEST_F(PACKAGE_FILE, many_members_are_found_by_name_with_and_without_the_cached_index)
+{
+    // Enough members for the name table to grow several times; names that differ only at the
+    // end, as packed names do.
+    const int count = 700;
+    for (int kind = 0; kind < 7; ++kind)
+        write(("source" + std::to_string(kind)).c_str(), pattern(static_cast<size_t>(kind * 30), kind));
+    {
+        PACKAGE package(folder, "many.pkg", true, 64, true, false);
+        ASSERT_TRUE(package.is_open());
+        for (int i = 0; i < count; ++i) {
+            char name[32];
+            snprintf(name, sizeof name, "main%04X", i);
+            ASSERT_TRUE(package.add_file(folder, ("source" + std::to_string(i % 7)).c_str(), name)) << name;
+        }
+        // Replacing a member keeps it findable and gives the new bytes.
+        write("source", "replaced");
+        ASSERT_TRUE(package.add_file(folder, "source", "main0100"));
+        EXPECT_FALSE(package.has_member("main02BC"));
+        EXPECT_FALSE(package.has_member("main"));
+    }
+    for (bool cached : { true, false }) {
+        PACKAGE package(folder, "many.pkg", false, 0, cached, true);
+        ASSERT_TRUE(package.is_open());
+        for (int i : { 0, 1, 255, 400, 699 }) {
+            char name[32];
+            snprintf(name, sizeof name, "main%04X", i);
+            INT_U64 size = 0;
+            ASSERT_TRUE(package.member_size(name, &size)) << name;
+            EXPECT_EQ(size, static_cast<INT_U64>(i % 7 * 30)) << name;
+            ASSERT_TRUE(package.extract_file(folder, "out", name));
+            EXPECT_EQ(read_file(path("out")), pattern(static_cast<size_t>(i % 7 * 30), i % 7)) << name;
+        }
+        ASSERT_TRUE(package.extract_file(folder, "out", "main0100"));
+        EXPECT_EQ(read_file(path("out")), "replaced");
+        EXPECT_FALSE(package.has_member("main02BC"));
+    }
+}
+
+TEST_F(PACKAGE_FILE, members_read_in_place_give_their_bytes_across_blocks)
+{
+    write("a.bin", pattern(5000, 1));
+    write("b.bin", pattern(1024, 2));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, true, false);
+        ASSERT_TRUE(package.add_file(folder, "a.bin", "a"));
+        ASSERT_TRUE(package.add_file(folder, "b.bin", "b"));
+    }
+    PACKAGE package(folder, "p.pkg", false, 0, true, true);
+    // Two readers at once on one package, in pieces that straddle the blocks.
+    PACKAGE_MEMBER_READER a, b;
+    ASSERT_TRUE(a.open(&package, "a"));
+    ASSERT_TRUE(b.open(&package, "b"));
+    std::string got_a, got_b;
+    char piece[700];
+    for (INT_S32 got; (got = a.read(piece, sizeof piece)) > 0;) {
+        got_a.append(piece, static_cast<size_t>(got));
+        INT_S32 more = b.read(piece, 333);
+        ASSERT_GE(more, 0);
+        got_b.append(piece, static_cast<size_t>(more));
+    }
+    EXPECT_EQ(got_a, pattern(5000, 1));
+    EXPECT_EQ(got_b, pattern(1024, 2));
+    EXPECT_EQ(a.read(piece, sizeof piece), 0);
+
+    PACKAGE_MEMBER_READER missing;
+    EXPECT_FALSE(missing.open(&package, "c"));
+    EXPECT_EQ(last_error_code(), ERROR_MEMBER_NOT_FOUND);
+}
+
+TEST_F(PACKAGE_FILE, a_member_read_in_place_stops_at_a_looping_chain)
+{
+    write("data.bin", pattern(5000, 6));
+    {
+        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
+        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
+    }
+    std::string loop = read_file(path("p.pkg"));
+    INT_U32 first_block = u32_at(loop, 1 + 54 + 8);
+    memcpy(&loop[1 + first_block], &first_block, 4);
+    write("loop.pkg", loop);
+    PACKAGE package(folder, "loop.pkg", false, 0, true, true);
+    PACKAGE_MEMBER_READER reader;
+    ASSERT_TRUE(reader.open(&package, "data"));
+    char piece[4096];
+    INT_S32 got = 0;
+    for (int i = 0; i < 10000 && (got = reader.read(piece, sizeof piece)) > 0; ++i) {
+    }
+    EXPECT_EQ(got, -1);
+    EXPECT_EQ(last_error_code(), ERROR_READ);
+    EXPECT_EQ(reader.read(piece, sizeof piece), -1);
+}
+
 namespace {
 
 // The byte offset in the file of a logical position (behind the byte-order byte).

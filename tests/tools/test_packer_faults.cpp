@@ -166,7 +166,7 @@ TEST_F(PACKER_FAULTS, an_output_that_is_an_input_is_refused_and_the_input_kept)
     EXPECT_TRUE(names_in(tmp).empty());
 }
 
-TEST_F(PACKER_FAULTS, every_signal_leaves_neither_the_temporary_package_nor_the_part_file)
+TEST_F(PACKER_FAULTS, every_signal_leaves_neither_temporary_files_nor_the_part_file)
 {
     ASSERT_TRUE(write_file(source + "/payload/big.bin", noise(96u << 20)));
     configure(file_line("a.txt") + file_line("big.bin"));
@@ -174,13 +174,14 @@ TEST_F(PACKER_FAULTS, every_signal_leaves_neither_the_temporary_package_nor_the_
     for (int signal_number : { SIGINT, SIGTERM, SIGHUP, SIGPIPE }) {
         for (bool while_writing : { false, true }) {
             RUNNING_PROGRAM run(packer_path(), build_arguments(out + "/setup"), environment());
-            // Packing fills the temporary package; the output's part file comes after it.
+            // The part file is there from the start; the temporary copy of database.bin from
+            // when packing starts until the end.
             bool reached = false;
             while (!reached && run.running()) {
                 run.poll_output(0);
                 std::vector<std::string> names = while_writing ? names_in(out) : names_in(tmp);
                 for (const std::string& name : names)
-                    reached = reached || name.find(while_writing ? ".part" : ".pkg") != std::string::npos;
+                    reached = reached || name.find(while_writing ? ".part" : ".bin") != std::string::npos;
             }
             run.send(signal_number);
             int status = end_within(run, 30);

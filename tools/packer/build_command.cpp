@@ -2,10 +2,10 @@
 //
 //   1. read the configuration into a DATABASE and a plan of the package;
 //   2. load the skin, the background and the splash;
-//   3. build the package (blocks of 1024): payload under packed names, language texts, fonts,
-//      then "database.bin";
-//   4. copy the client executable with its stamp filled in and append the data set: splash,
-//      cache size, compression flag, and the package in chunks.
+//   3. copy the client executable with its stamp filled in and append the data set: splash,
+//      cache size, compression flag, and the package in chunks. The package (blocks of 1024:
+//      payload under packed names, language texts, fonts, then "database.bin") is made in file
+//      order as the chunks need it and compressed on every core; it is never a file of its own.
 //
 // The same inputs give the same bytes: nothing depends on the clock unless SOURCE_DATE_EPOCH is
 // missing, and then the build time is the newest modification time of the inputs.
@@ -37,8 +37,10 @@
 #include "installer/engine/installer_options.h"
 #include "installer/engine/skin.h"
 #include "wm/core/wm_look.h"
+#include "chunk_writer.h"
+#include "host/host_threads.h"
 #include "installer_config.h"
-#include "io/package.h"
+#include "package_image.h"
 #include "packer_common.h"
 #include "io/stamp.h"
 #include "wm/core/wm_style_set.h"
@@ -49,12 +51,16 @@
 
 namespace {
 
+// More threads than this gain nothing but memory: each holds two chunk buffers.
+constexpr INT_S32 PACKER_MAX_JOBS = 64;
+
 struct BUILD_OPTIONS {
     const char* config { nullptr };
     const char* output { nullptr };
     const char* client { nullptr };
     const char* platform { "linux" };
     INT_S32 level { 6 };
+    INT_S32 jobs { 0 }; // 0: one for each processor
     bool quiet { false };
     bool strict { false };
 };
@@ -124,13 +130,15 @@ private:
 
 void print_build_help()
 {
-    printf("Usage: packer build CONFIG -o FILE [--client EXECUTABLE] [--platform NAME] [--level 0-9] [--quiet] [--strict]\n\n"
+    printf("Usage: packer build CONFIG -o FILE [--client EXECUTABLE] [--platform NAME] [--level 0-9] [--jobs N] [--quiet] [--strict]\n\n"
            "Makes a finished installer from an installer configuration.\n\n"
            "  -o FILE              the installer to write\n"
            "  --client EXECUTABLE  the run-time to put in front of the data, instead of the one that\n"
            "                       the configuration's INSTALLER_CLIENT names for the platform\n"
            "  --platform NAME      the target platform (linux)\n"
            "  --level N            zlib compression level of the chunks (6)\n"
+           "  --jobs N             threads that compress chunks (one for each processor); the\n"
+           "                       installer is the same whatever the number\n"
            "  --quiet              no progress line\n"
            "  --strict             a language without all of the wizard's texts is an error, not a warning\n\n"
            "SOURCE_DATE_EPOCH, when set, is the build time written into the data; otherwise the\n"
@@ -191,18 +199,6 @@ bool build_time(const PACK_PLAN& plan, INT_S32* time)
 // [SECTION] The package
 // ---------------------------------------------------------------------------------------------
 
-struct ADD_PROGRESS {
-    PROGRESS* progress;
-    INT_U32 last;
-};
-
-void member_progress(PACKAGE*, INT_U32 done, INT_U32, void* context)
-{
-    ADD_PROGRESS* add = static_cast<ADD_PROGRESS*>(context);
-    add->progress->add_bytes(done - add->last);
-    add->last = done;
-}
-
 // The CRC-32 of a file's bytes, for the installation id derived from the inputs.
 bool file_crc(const std::string& path, uLong* crc)
 {
@@ -222,80 +218,114 @@ bool file_crc(const std::string& path, uLong* crc)
     return ok;
 }
 
-// Builds the package in `folder` under `name`. Answers false after reporting what failed.
-bool build_package(const FOLDER& folder, const char* name, DATABASE* database, const PACK_PLAN& plan, PROGRESS* progress)
-{
-    PACKAGE package(folder, name, true, 1024, true, false);
-    if (!package.is_open()) {
-        packer_error("cannot make the package: %s", last_error_text());
-        return false;
+// The package's members in order: the plan's files, then "database.bin", which is written to a
+// temporary file when its turn comes, so that it carries the id derived from every byte before.
+class PACKAGE_MEMBERS {
+public:
+    PACKAGE_MEMBERS(DATABASE* database, const PACK_PLAN& plan, PROGRESS* progress)
+        : m_database(database)
+        , m_plan(plan)
+        , m_progress(progress)
+    {
     }
-    INT_U64 total = 0;
-    for (const PACK_MEMBER& member : plan.members)
-        total += file_size(member.path);
-    progress->start("packing", total, static_cast<INT_U32>(plan.members.size()));
+    ~PACKAGE_MEMBERS()
+    {
+        if (m_database_name[0])
+            (void)m_temp.delete_file(m_database_name);
+    }
+    PACKAGE_MEMBERS(const PACKAGE_MEMBERS&) = delete;
+    PACKAGE_MEMBERS& operator=(const PACKAGE_MEMBERS&) = delete;
 
-    // Without a configured id, the id is a CRC-32 of the configuration and of every member's name
-    // and bytes: the same inputs give the same id, and any change gives another.
-    uLong crc = crc32(0L, Z_NULL, 0);
-    if (!plan.installation_id_given && !file_crc(plan.inputs[0], &crc)) {
-        packer_error("cannot read '%s'", plan.inputs[0].c_str());
-        return false;
-    }
-    for (const PACK_MEMBER& member : plan.members) {
-        if (host_stop_requested())
-            return false;
-        FOLDER source;
-        std::string file;
-        if (!split_path(member.path, &source, &file)) {
-            packer_error("%s:%d: cannot find the folder of '%s'", plan.config_path.c_str(), member.line,
-                member.path.c_str());
+    // Lays the package out. Answers false after reporting what failed.
+    bool prepare(PACKAGE_IMAGE* image)
+    {
+        m_image = image;
+        std::vector<IMAGE_MEMBER> members;
+        for (const PACK_MEMBER& member : m_plan.members)
+            members.push_back(IMAGE_MEMBER { member.member, member.path, file_size(member.path) });
+        // The database's length does not depend on the id, so a first copy tells it.
+        if (!m_temp.make_temp_name(m_database_name, sizeof m_database_name, ".bin") || !write_database()) {
+            packer_error("cannot write the member database.bin in %s", m_temp.path());
             return false;
         }
-        ADD_PROGRESS add { progress, 0 };
-        if (!package.add_file(source, file.c_str(), member.member.c_str(), false, member_progress, &add)) {
-            packer_error("%s:%d: cannot add '%s': %s", plan.config_path.c_str(), member.line, member.path.c_str(),
-                last_error_text());
+        members.push_back(IMAGE_MEMBER { "database.bin", m_temp.path_text(m_database_name), m_database_size });
+        if (!image->lay_out(members, 1024)) {
+            packer_error("the installer would be larger than 4 GiB, which its offsets cannot reach");
             return false;
         }
-        INT_U64 size = 0;
-        if (!package.member_size(member.member.c_str(), &size) || size != file_size(member.path)) {
-            packer_error("%s:%d: '%s' changed or could not be read whole while it was packed",
-                plan.config_path.c_str(), member.line, member.path.c_str());
-            return false;
-        }
-        progress->add_bytes(size - add.last);
-        if (!plan.installation_id_given) {
-            crc = crc32(crc, reinterpret_cast<const Bytef*>(member.member.c_str()),
-                static_cast<uInt>(member.member.size() + 1));
-            if (!file_crc(member.path, &crc)) {
-                packer_error("cannot read '%s'", member.path.c_str());
+        // Without a configured id, the id is a CRC-32 of the configuration and of every member's
+        // name and bytes: the same inputs give the same id, and any change gives another.
+        if (!m_plan.installation_id_given) {
+            uLong crc = crc32(0L, Z_NULL, 0);
+            if (!file_crc(m_plan.inputs[0], &crc)) {
+                packer_error("cannot read '%s'", m_plan.inputs[0].c_str());
                 return false;
             }
+            image->set_crc_members(m_plan.members.size(), static_cast<INT_U32>(crc));
         }
-        progress->add_file();
+        image->set_open_member(open_member, this);
+        m_progress->start("packing", image->size(), static_cast<INT_U32>(members.size()));
+        return true;
     }
-    progress->finish();
-    if (!plan.installation_id_given)
-        database->installation_id = static_cast<INT_U32>(crc);
 
-    PACKAGE_DATA_FILE* stream = package.open_member_data("database.bin", FILE_WRITE, ORDER_MARKER_IN_FILE);
-    if (!stream) {
-        packer_error("cannot make the member database.bin: %s", last_error_text());
-        return false;
+    // After a failed build: what went wrong with the package's members, when it was them.
+    void report_failure() const
+    {
+        INT_S64 failed = m_image ? m_image->failed_member() : -1;
+        if (failed < 0)
+            return;
+        if (static_cast<size_t>(failed) >= m_plan.members.size()) {
+            packer_error("cannot write the member database.bin");
+            return;
+        }
+        const PACK_MEMBER& member = m_plan.members[static_cast<size_t>(failed)];
+        packer_error("%s:%d: '%s' changed or could not be read whole while it was packed", m_plan.config_path.c_str(),
+            member.line, member.path.c_str());
     }
-    bool written = database->put_to_data_device(stream) && stream->flush();
-    bool put_back = PACKAGE::close_member_data(&stream);
-    if (!written || !put_back || !package.has_member("database.bin")) {
-        packer_error("cannot write the member database.bin: %s", last_error_text());
-        return false;
+
+private:
+    static FILE* open_member(size_t index, const IMAGE_MEMBER& member, void* context)
+    {
+        PACKAGE_MEMBERS* self = static_cast<PACKAGE_MEMBERS*>(context);
+        if (index > 0)
+            self->m_progress->add_file();
+        if (index == self->m_plan.members.size()) {
+            INT_U64 planned = self->m_database_size;
+            if (!self->m_plan.installation_id_given) {
+                self->m_database->installation_id = self->m_image->crc();
+                if (!self->write_database() || self->m_database_size != planned)
+                    return nullptr;
+            }
+        }
+        FOLDER folder;
+        std::string name;
+        if (!split_path(member.path, &folder, &name))
+            return nullptr;
+        return folder.open_stream(name.c_str(), "rb");
     }
-    if (!package.close()) {
-        packer_error("cannot write the package: %s", last_error_text());
-        return false;
+
+    // "database.bin" as a package member opened for writing would hold it: the byte-order byte,
+    // then the stream.
+    bool write_database()
+    {
+        DATA_FILE* stream = m_temp.open_data_file(m_database_name, FILE_WRITE, ORDER_MARKER_IN_FILE, false);
+        if (!stream)
+            return false;
+        bool written = m_database->put_to_data_device(stream) && stream->flush();
+        written = stream->close() && written;
+        FOLDER::close_data_file(&stream);
+        m_database_size = file_size(m_temp.path_text(m_database_name));
+        return written && m_database_size > 0;
     }
-    return true;
-}
+
+    DATABASE* m_database;
+    const PACK_PLAN& m_plan;
+    PROGRESS* m_progress;
+    PACKAGE_IMAGE* m_image { nullptr };
+    FOLDER m_temp { "$TEMP" };
+    char m_database_name[64] {};
+    INT_U64 m_database_size { 0 };
+};
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] The finished file
@@ -358,87 +388,14 @@ bool read_whole(const std::string& path, std::vector<INT_U8>* bytes)
     return ok;
 }
 
-// The largest input piece whose zlib stream is sure to fit `limit` bytes, whatever the data.
-uLong safe_piece(uLong limit)
-{
-    uLong piece = limit;
-    while (piece > 0 && compressBound(piece) > limit)
-        piece -= piece > 4096 ? (compressBound(piece) - limit) : 1;
-    return piece;
-}
-
-// Appends the package, without its byte-order byte, as chunks. Each compressed chunk inflates to
-// at most `cache` bytes and takes at most `cache` bytes itself, so the reader's buffers of that
-// size hold it; a piece that does not shrink enough is packed again from a shorter piece.
-bool write_chunks(OUTPUT_DEVICE* out, const FOLDER& folder, const char* name, INT_U32 cache, bool compressed,
-    INT_S32 level, PROGRESS* progress, std::vector<INT_U32>* chunk_sizes)
-{
-    FILE* stream = folder.open_stream(name, "rb");
-    if (!stream)
-        return false;
-    INT_U8 marker = 0;
-    bool ok = fread(&marker, 1, 1, stream) == 1 && marker == 0;
-    INT_U64 total = 0;
-    if (ok && fseek(stream, 0, SEEK_END) == 0) {
-        long end = ftell(stream);
-        total = end > 1 ? static_cast<INT_U64>(end - 1) : 0;
-        ok = fseek(stream, 1, SEEK_SET) == 0;
-    }
-    INT_U8* piece = new (std::nothrow) INT_U8[cache];
-    INT_U8* packed = compressed ? new (std::nothrow) INT_U8[compressBound(cache)] : nullptr;
-    ok = ok && piece && (!compressed || packed);
-    uLong safe = safe_piece(cache);
-    progress->start("compressing", total, 0);
-    size_t held = 0; // bytes of `piece` not yet written
-    bool at_end = false;
-    while (ok) {
-        if (host_stop_requested()) {
-            ok = false;
-            break;
-        }
-        if (!at_end && held < cache) {
-            size_t got = fread(piece + held, 1, cache - held, stream);
-            held += got;
-            at_end = got == 0 || feof(stream);
-            if (ferror(stream)) {
-                ok = false;
-                break;
-            }
-        }
-        if (held == 0)
-            break;
-        size_t take = held;
-        const INT_U8* bytes = piece;
-        uLongf size = static_cast<uLongf>(take);
-        if (compressed) {
-            size = compressBound(cache);
-            ok = compress2(packed, &size, piece, static_cast<uLong>(take), level) == Z_OK;
-            if (ok && size > cache) {
-                take = safe < held ? safe : held;
-                size = compressBound(cache);
-                ok = compress2(packed, &size, piece, static_cast<uLong>(take), level) == Z_OK && size <= cache;
-            }
-            bytes = packed;
-        }
-        ok = ok && device_write(out, static_cast<INT_S32>(size)) && device_write_bytes(out, bytes, static_cast<INT_S32>(size));
-        chunk_sizes->push_back(static_cast<INT_U32>(size));
-        memmove(piece, piece + take, held - take);
-        held -= take;
-        progress->add_bytes(take);
-    }
-    progress->finish();
-    delete[] piece;
-    delete[] packed;
-    fclose(stream);
-    return ok;
-}
+void chunk_progress(INT_U64 bytes, void* context) { static_cast<PROGRESS*>(context)->add_bytes(bytes); }
 
 // The whole output: client with its stamp, data set, chunks. Written to a temporary name beside
 // the output and renamed at the end, so that a failed build leaves no half installer.
-bool write_installer(const BUILD_OPTIONS& options, const std::string& client_path, const DATABASE& database,
-    INT_U8 compress, const DATA_SET_SPLASH& splash, const FOLDER& package_folder, const char* package_name,
-    PROGRESS* progress)
+bool write_installer(const BUILD_OPTIONS& options, const PACK_PLAN& plan, DATABASE* database, INT_U8 compress,
+    const DATA_SET_SPLASH& splash, PROGRESS* progress)
 {
+    const std::string& client_path = plan.client_path;
     std::vector<INT_U8> client;
     if (!read_whole(client_path, &client)) {
         packer_error("cannot read the client '%s'", client_path.c_str());
@@ -490,11 +447,29 @@ bool write_installer(const BUILD_OPTIONS& options, const std::string& client_pat
             && device_write(&out, splash.bar_width) && device_write(&out, splash.bar_height)
             && splash.title.put_to_data_device(&out) && splash.bar_style.put_to_data_device(&out);
     }
-    ok = ok && device_write(&out, database.file_cache_sz) && device_write(&out, compress);
-    std::vector<INT_U32> chunks;
-    ok = ok
-        && write_chunks(&out, package_folder, package_name, database.file_cache_sz, compress != 0, options.level,
-            progress, &chunks);
+    ok = ok && device_write(&out, database->file_cache_sz) && device_write(&out, compress);
+    // The package goes out in chunks as its members are read: the package, without its
+    // byte-order byte, cut into pieces of the cache size. Each compressed chunk inflates to at
+    // most that and takes at most that itself, so the reader's buffers of that size hold it.
+    CHUNK_SETTINGS chunks;
+    chunks.cache = database->file_cache_sz;
+    chunks.compressed = compress != 0;
+    chunks.level = options.level;
+    chunks.jobs = options.jobs;
+    PACKAGE_IMAGE image;
+    PACKAGE_MEMBERS members(database, plan, progress);
+    bool laid_out = ok && members.prepare(&image);
+    if (ok && !laid_out) {
+        fclose(stream);
+        (void)folder.delete_file(part.c_str());
+        return false;
+    }
+    ok = ok && write_package_chunks(&out, &image, image.size(), chunks, chunk_progress, progress);
+    if (laid_out) {
+        progress->finish();
+        if (!ok && !host_stop_requested())
+            members.report_failure();
+    }
     if (ok && client.size() + out.count() > 0xFFFFFFFFu) {
         packer_error("the installer would be larger than 4 GiB, which its offsets cannot reach");
         ok = false;
@@ -554,6 +529,16 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
                 return false;
             }
             options->level = text[0] - '0';
+        } else if (strcmp(argument, "--jobs") == 0 && has_value) {
+            const char* text = argv[++i];
+            char* end = nullptr;
+            long jobs = strtol(text, &end, 10);
+            if (!text[0] || *end || jobs < 1 || jobs > PACKER_MAX_JOBS) {
+                packer_error("--jobs takes a number from 1 to %d, not '%s'", PACKER_MAX_JOBS, text);
+                *status = PACKER_USAGE;
+                return false;
+            }
+            options->jobs = static_cast<INT_S32>(jobs);
         } else if (argument[0] == '-') {
             packer_error("unknown or incomplete option '%s' (see packer build --help)", argument);
             *status = PACKER_USAGE;
@@ -565,6 +550,10 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
             *status = PACKER_USAGE;
             return false;
         }
+    }
+    if (options->jobs == 0) {
+        INT_S32 processors = host_processor_count();
+        options->jobs = processors < PACKER_MAX_JOBS ? processors : PACKER_MAX_JOBS;
     }
     if (!options->config || !options->output) {
         packer_error("build needs a configuration and -o FILE (see packer build --help)");
@@ -777,17 +766,7 @@ int run_build_command(int argc, char** argv)
         compress = database->clients[plan.client_index]->compress_data;
 
     PROGRESS progress(options.quiet);
-    FOLDER temp("$TEMP");
-    char package_name[64] = {};
-    if (ok) {
-        ok = temp.make_temp_name(package_name, sizeof package_name, ".pkg") && temp.delete_file(package_name);
-        if (!ok)
-            packer_error("cannot make a temporary file in %s", temp.path());
-    }
-    ok = ok && build_package(temp, package_name, database, plan, &progress);
-    ok = ok && write_installer(options, plan.client_path, *database, compress, *splash, temp, package_name, &progress);
-    if (package_name[0])
-        (void)temp.delete_file(package_name);
+    ok = ok && write_installer(options, plan, database, compress, *splash, &progress);
     delete splash;
     delete database;
     return ok ? PACKER_OK : PACKER_FAILED;

@@ -335,6 +335,11 @@ private:
     void folder_text(const XML_NODE& node, const char* name, char* field, size_t size)
     {
         text(node, name, field, size);
+        check_folder_text(node, name);
+    }
+
+    void check_folder_text(const XML_NODE& node, const char* name)
+    {
         const std::string* value = find(node, name);
         if (!value || value->empty() || value->compare(0, 2, "..") == 0)
             return;
@@ -387,6 +392,21 @@ private:
             at = end + 1;
         }
         return false;
+    }
+
+    // A file record's text, checked as a field of DATABASE_TEXT and kept in the database's
+    // arena.
+    void text(const XML_NODE& node, const char* name, const char** field)
+    {
+        char buffer[DATABASE_TEXT] = {};
+        if (!find(node, name))
+            return;
+        text(node, name, buffer, sizeof buffer);
+        const char* stored = m_db->file_texts.store(buffer);
+        if (!stored)
+            error(node, "out of memory");
+        else
+            *field = stored;
     }
 
     void string(const XML_NODE& node, const char* name, ORLU_STRING* field, size_t most)
@@ -888,12 +908,13 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
     if (!required(node, "src_name"))
         return;
     platform(node, "platform", &file->platform);
-    text(node, "src_name", file->src_name, sizeof file->src_name);
-    text(node, "dest_name", file->dest_name, sizeof file->dest_name);
-    text(node, "src_path_from_xml", file->src_path_from_xml, sizeof file->src_path_from_xml);
-    folder_text(node, "dest_path_from_inst_loc", file->dest_path_from_inst_loc, sizeof file->dest_path_from_inst_loc);
-    folder_text(node, "system_dest_path_from_inst_loc", file->system_dest_path_from_inst_loc,
-        sizeof file->system_dest_path_from_inst_loc);
+    text(node, "src_name", &file->src_name);
+    text(node, "dest_name", &file->dest_name);
+    text(node, "src_path_from_xml", &file->src_path_from_xml);
+    text(node, "dest_path_from_inst_loc", &file->dest_path_from_inst_loc);
+    text(node, "system_dest_path_from_inst_loc", &file->system_dest_path_from_inst_loc);
+    check_folder_text(node, "dest_path_from_inst_loc");
+    check_folder_text(node, "system_dest_path_from_inst_loc");
     check_destination(node, *installation);
     flag(node, "stamp", &file->stamp);
     flag(node, "switch_user", &file->switch_user);
@@ -909,9 +930,15 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
             error(node, "'overwrite' on <FILE> must be \"always\", \"older\" or \"absent\", not \"%s\"",
                 overwrite->c_str());
     }
+    char packed_name[DATABASE_TEXT];
     // A cut packed name would be another member's, so it is never cut.
-    if (!format_text(file->packed_name, sizeof file->packed_name, "%s%04X", installation->name, index + 1))
+    if (!format_text(packed_name, sizeof packed_name, "%s%04X", installation->name, index + 1))
         error(node, "the packed name of \"%s\" in \"%s\" does not fit its field", file->src_name, installation->name);
+    file->packed_name = m_db->file_texts.store_once(packed_name);
+    if (!file->packed_name) {
+        file->packed_name = "";
+        error(node, "out of memory");
+    }
     std::string source = resolve(file->src_path_from_xml, file->src_name);
     need_file(node, source);
     m_plan->members.push_back(PACK_MEMBER { file->packed_name, source, node.line });

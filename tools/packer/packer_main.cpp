@@ -51,7 +51,7 @@ int main(int argc, char** argv)
     int status = run_command(argc, argv);
     if (!host_stop_requested())
         return status;
-    // The temporary package lies in the run's private folder, which goes at exit.
+    // The temporary files lie in the run's private folder, which goes at exit.
     int signal_number = host_stop_signal();
     packer_error("interrupted by %s; nothing was written", host_signal_name(signal_number));
     return 128 + signal_number;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/format.h"
 #include "io/folder.h"
@@ -77,18 +78,18 @@ void fill(DATABASE* db)
     strcpy(full.uninstaller_path, "$HERE");
     strcpy(full.uninstaller_syspath, "$SYSAPP");
     ASSERT_TRUE(full.allocate_files(2));
-    strcpy(full.files[0].src_name, "game");
-    strcpy(full.files[0].src_path_from_xml, "bin");
-    strcpy(full.files[0].dest_path_from_inst_loc, "$HERE/bin");
+    full.files[0].src_name = "game";
+    full.files[0].src_path_from_xml = "bin";
+    full.files[0].dest_path_from_inst_loc = "$HERE/bin";
     full.files[0].platform.assign("linux:64bit");
-    strcpy(full.files[0].dest_name, "game-bin");
-    strcpy(full.files[0].system_dest_path_from_inst_loc, "$SYSAPP/bin");
+    full.files[0].dest_name = "game-bin";
+    full.files[0].system_dest_path_from_inst_loc = "$SYSAPP/bin";
     full.files[0].stamp = 1;
     full.files[0].switch_user = 1;
     full.files[0].overwrite = OVERWRITE_WHEN_ABSENT;
-    strcpy(full.files[0].packed_name, "full0001");
-    strcpy(full.files[1].src_name, "data.bin");
-    strcpy(full.files[1].packed_name, "full0002");
+    full.files[0].packed_name = "full0001";
+    full.files[1].src_name = "data.bin";
+    full.files[1].packed_name = "full0002";
     ASSERT_TRUE(full.allocate_shortcuts(1));
     SHORTCUT_RECORD& shortcut = full.shortcuts[0];
     shortcut.type = SHORTCUT_WEBLINK;
@@ -422,6 +423,49 @@ TEST(DATABASE, a_long_string_is_cut_to_its_field_and_the_next_field_still_reads)
     EXPECT_EQ(strlen(copy->version), 1023u);
     EXPECT_EQ(copy->build_number, 77);
     EXPECT_STREQ(copy->app_string, "game");
+}
+
+TEST(DATABASE, file_texts_are_kept_compactly_and_shared_between_files)
+{
+    // A record costs its pointers, not six fixed text fields.
+    static_assert(sizeof(FILE_RECORD) <= 96, "file records hold their texts in the arena");
+    std::unique_ptr<DATABASE> db = make_database();
+    ASSERT_TRUE(db->allocate_installations(1));
+    INSTALLATION_RECORD& installation = db->installations[0];
+    const INT_S16 count = 30000;
+    ASSERT_TRUE(installation.allocate_files(count));
+    std::vector<std::string> names;
+    names.reserve(count); // the records point into the names
+    for (INT_S16 f = 0; f < count; ++f) {
+        FILE_RECORD& file = installation.files[f];
+        names.push_back("file" + std::to_string(f));
+        file.src_name = names.back().c_str();
+        file.src_path_from_xml = f % 2 ? "payload/a" : "payload/b";
+        file.dest_path_from_inst_loc = "$HERE/data";
+        file.packed_name = names.back().c_str();
+    }
+    std::string bytes = stream_of(*db);
+    names.clear(); // the copy read back must not lean on them
+
+    MEMORY_DEVICE device(bytes);
+    bool ok = false;
+    std::unique_ptr<DATABASE> copy = read_back(&device, &ok);
+    ASSERT_TRUE(ok);
+    ASSERT_EQ(copy->installations[0].file_count, count);
+    const FILE_RECORD& last = copy->installations[0].files[count - 1];
+    EXPECT_STREQ(last.src_name, "file29999");
+    EXPECT_STREQ(last.packed_name, "file29999");
+    EXPECT_STREQ(last.dest_name, "");
+    EXPECT_EQ(last.src_path_from_xml, copy->installations[0].files[1].src_path_from_xml);
+    EXPECT_EQ(last.dest_path_from_inst_loc, copy->installations[0].files[0].dest_path_from_inst_loc);
+    // Each file name once, the two folders and the destination once: a few dozen bytes a file.
+    EXPECT_EQ(copy->file_texts.count(), static_cast<size_t>(count) + 3);
+    EXPECT_LT(copy->file_texts.bytes_held(), static_cast<size_t>(count) * 48);
+    // Written again, the stream is the same bytes.
+    EXPECT_TRUE(stream_of(*copy) == bytes);
+    // A reset frees the texts with the records.
+    copy->reset();
+    EXPECT_EQ(copy->file_texts.bytes_held(), 0u);
 }
 
 TEST(DATABASE, every_truncation_of_a_stream_fails_cleanly_and_keeps_what_came_before)

@@ -115,9 +115,9 @@ protected:
     void add_file(INT_S16 index, const char* name, const char* destination, const char* packed, INT_U8 overwrite)
     {
         FILE_RECORD& file = database.installations[0].files[index];
-        strcpy(file.src_name, name);
-        strcpy(file.dest_path_from_inst_loc, destination);
-        strcpy(file.packed_name, packed);
+        file.src_name = database.file_texts.store(name);
+        file.dest_path_from_inst_loc = database.file_texts.store(destination);
+        file.packed_name = database.file_texts.store(packed);
         file.overwrite = overwrite;
     }
 
@@ -240,7 +240,7 @@ TEST_F(INSTALL_ENGINE_RUN, an_open_question_holds_the_run_and_leaving_the_page_r
 TEST_F(INSTALL_ENGINE_RUN, a_failed_file_is_counted_reported_and_the_run_goes_on)
 {
     // A member the package does not hold.
-    strcpy(database.installations[0].files[1].packed_name, "main0009");
+    database.installations[0].files[1].packed_name = "main0009";
     EXPECT_EQ(run_to_end(), 6);
     std::string path = target + "/data/data.bin";
     EVENTS events = reporter.take();
@@ -261,7 +261,7 @@ TEST_F(INSTALL_ENGINE_RUN, a_blocked_folder_fails_its_file_only)
     mkdir(target.c_str(), 0755);
     ASSERT_TRUE(write_file(target + "/data", "a file where the folder goes"));
     // And a second failure behind it, so that the count is a count.
-    strcpy(database.installations[0].files[2].packed_name, "main0009");
+    database.installations[0].files[2].packed_name = "main0009";
     EXPECT_GT(run_to_end(), 0);
     EVENTS events = reporter.take();
     EXPECT_NE(std::find(events.begin(), events.end(), "failed " + target + "/data/data.bin"), events.end());
@@ -278,7 +278,7 @@ TEST_F(INSTALL_ENGINE_RUN, the_last_file_comes_before_the_shortcuts_and_a_record
     // A file for another platform takes its step silently. A file of this platform that the
     // data set does not hold is a failure: the run must not report success without it.
     INSTALLATION_RECORD& main = database.installations[0];
-    main.files[0].packed_name[0] = 0;
+    main.files[0].packed_name = "";
     main.files[1].platform.assign("windows");
     engine.step(&database, &reporter);
     engine.step(&database, &reporter);
@@ -313,7 +313,7 @@ TEST_F(INSTALL_ENGINE_RUN, an_install_type_without_files_goes_from_header_to_clo
 
 TEST_F(INSTALL_ENGINE_RUN, a_second_run_with_the_same_object_starts_clean)
 {
-    strcpy(database.installations[0].files[1].packed_name, "main0009");
+    database.installations[0].files[1].packed_name = "main0009";
     ASSERT_GT(run_to_end(), 0);
     EXPECT_EQ(engine.error_count(), 1);
 
@@ -321,7 +321,7 @@ TEST_F(INSTALL_ENGINE_RUN, a_second_run_with_the_same_object_starts_clean)
     ASSERT_TRUE(write_file(target + "/docs/notes.txt", "edited\n"));
     struct utimbuf newer = { 1800000000, 1800000000 };
     utime((target + "/docs/notes.txt").c_str(), &newer);
-    strcpy(database.installations[0].files[1].packed_name, "main0002");
+    database.installations[0].files[1].packed_name = "main0002";
     reporter.take();
     engine.reset();
     EXPECT_TRUE(engine.at_rest());
@@ -450,9 +450,9 @@ TEST_F(INSTALL_ENGINE_RUN, destinations_may_not_climb_out_or_reach_the_root_unle
 {
     std::string outside = home.temp.file("outside");
     INSTALLATION_RECORD& main = database.installations[0];
-    strcpy(main.files[0].dest_path_from_inst_loc, "$HERE/../outside");
-    strcpy(main.files[1].dest_name, "../data.bin");
-    snprintf(main.files[2].dest_path_from_inst_loc, DATABASE_TEXT, "$ROOT1%s/rooted", home.temp.path().c_str());
+    main.files[0].dest_path_from_inst_loc = "$HERE/../outside";
+    main.files[1].dest_name = "../data.bin";
+    main.files[2].dest_path_from_inst_loc = database.file_texts.store(("$ROOT1" + home.temp.path() + "/rooted").c_str());
     ASSERT_GT(run_to_end(), 0);
     EXPECT_EQ(engine.error_count(), 3);
     EXPECT_NE(access(outside.c_str(), F_OK), 0);
@@ -461,8 +461,8 @@ TEST_F(INSTALL_ENGINE_RUN, destinations_may_not_climb_out_or_reach_the_root_unle
 
     // An install type that allows system paths may name the root; other variables are fine.
     main.allow_system_paths = 1;
-    strcpy(main.files[0].dest_path_from_inst_loc, "$ROOT0/.config/enginefixture");
-    main.files[1].dest_name[0] = 0;
+    main.files[0].dest_path_from_inst_loc = "$ROOT0/.config/enginefixture";
+    main.files[1].dest_name = "";
     engine.reset();
     ASSERT_GT(run_to_end(), 0);
     EXPECT_EQ(engine.error_count(), 0);

@@ -80,9 +80,9 @@ protected:
         INSTALLATION_RECORD& main = database.installations[0];
         strcpy(main.name, "main");
         ASSERT_TRUE(main.allocate_files(1));
-        strcpy(main.files[0].src_name, "tool");
-        strcpy(main.files[0].dest_path_from_inst_loc, "$HERE/bin");
-        strcpy(main.files[0].packed_name, "main0001");
+        main.files[0].src_name = database.file_texts.store("tool");
+        main.files[0].dest_path_from_inst_loc = database.file_texts.store("$HERE/bin");
+        main.files[0].packed_name = database.file_texts.store("main0001");
     }
     void TearDown() override
     {
@@ -133,9 +133,9 @@ TEST_F(INSTALL_ENGINE_FAILURES, the_error_count_stays_at_255_instead_of_wrapping
     INSTALLATION_RECORD& main = database.installations[0];
     ASSERT_TRUE(main.allocate_files(300));
     for (INT_S16 i = 0; i < 300; ++i) {
-        snprintf(main.files[i].src_name, sizeof main.files[i].src_name, "f%d", i);
-        strcpy(main.files[i].dest_path_from_inst_loc, "$HERE");
-        strcpy(main.files[i].packed_name, "absent");
+        main.files[i].src_name = database.file_texts.store(("f" + std::to_string(i)).c_str());
+        main.files[i].dest_path_from_inst_loc = "$HERE";
+        main.files[i].packed_name = "absent";
     }
     ASSERT_EQ(run_to_end(), 303);
     EXPECT_EQ(engine.error_count(), 255);
@@ -193,12 +193,12 @@ TEST_F(INSTALL_ENGINE_FAILURES, folders_that_cannot_be_made_are_named_with_the_s
     ASSERT_TRUE(write_file(target + "/bin", "in the way"));
     INSTALLATION_RECORD& main = database.installations[0];
     ASSERT_TRUE(main.allocate_files(2));
-    strcpy(main.files[0].src_name, "tool");
-    strcpy(main.files[0].dest_path_from_inst_loc, "$HERE/bin");
-    strcpy(main.files[0].packed_name, "main0001");
-    strcpy(main.files[1].src_name, "other");
-    strcpy(main.files[1].dest_path_from_inst_loc, "$HERE/etc");
-    strcpy(main.files[1].packed_name, "main0009");
+    main.files[0].src_name = database.file_texts.store("tool");
+    main.files[0].dest_path_from_inst_loc = database.file_texts.store("$HERE/bin");
+    main.files[0].packed_name = database.file_texts.store("main0001");
+    main.files[1].src_name = database.file_texts.store("other");
+    main.files[1].dest_path_from_inst_loc = database.file_texts.store("$HERE/etc");
+    main.files[1].packed_name = database.file_texts.store("main0009");
     reporter.events.clear();
     INSTALL_ENGINE second;
     for (int i = 0; i < 10 && !second.done(); ++i)

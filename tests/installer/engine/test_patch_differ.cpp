@@ -157,3 +157,48 @@ TEST_F(PATCH_DIFFER, absolute_paths_and_finished_installers_are_taken_as_they_st
     run = diff(folder + "/plain.txt=" + folder + "/two.pkg");
     EXPECT_EQ(run.output, "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
 }
+
+TEST_F(PATCH_DIFFER, contents_are_compared_whole_whatever_their_lengths)
+{
+    std::string long_text(5000, 'x');
+    ASSERT_TRUE(write_file(folder + "/payload/same.bin", long_text));
+    ASSERT_TRUE(write_file(folder + "/payload/last_byte.bin", long_text));
+    ASSERT_TRUE(write_file(folder + "/payload/grown.bin", long_text));
+    ASSERT_TRUE(write_file(folder + "/payload/empty.bin", ""));
+    std::string files = file("same.bin", "$HERE") + file("last_byte.bin", "$HERE") + file("grown.bin", "$HERE")
+        + file("empty.bin", "$HERE");
+    make_data_set("one", files);
+    // Same length, one byte different at the very end; and longer by exactly one block.
+    ASSERT_TRUE(write_file(folder + "/payload/last_byte.bin", long_text.substr(0, 4999) + "y"));
+    ASSERT_TRUE(write_file(folder + "/payload/grown.bin", long_text + std::string(1024, 'x')));
+    make_data_set("two", files);
+    RUN_RESULT run = diff("@ROOT1" + folder + "/one.pkg=@ROOT1" + folder + "/two.pkg");
+    EXPECT_NE(run.output.find("Installation (0)\n"
+                              "\t\tFile changed - payload/last_byte.bin\n"
+                              "\t\tFile changed - payload/grown.bin\n"
+                              "\nDone\n"),
+        std::string::npos)
+        << run.output;
+}
+
+TEST_F(PATCH_DIFFER, a_file_matches_the_first_of_equal_older_files_and_only_once)
+{
+    ASSERT_TRUE(write_file(folder + "/payload/a.txt", "a"));
+    ASSERT_TRUE(write_file(folder + "/payload/b.txt", "b"));
+    // The older data set names a.txt twice: the newer a.txt matches the first, the second is
+    // left over as deleted.
+    make_data_set("one", file("a.txt", "$HERE") + file("b.txt", "$HERE") + file("a.txt", "$HERE"));
+    make_data_set("two", file("b.txt", "$HERE") + file("a.txt", "$HERE"));
+    RUN_RESULT run = diff("@ROOT1" + folder + "/one.pkg=@ROOT1" + folder + "/two.pkg");
+    EXPECT_NE(run.output.find("Installation (0)\n\t\tFile deleted - payload/a.txt\n\nDone\n"), std::string::npos)
+        << run.output;
+    EXPECT_NE(read_file(folder + "/patch.xml").find("<!-- Deleted files not supported\n\t\t<FILE platform=\"\" src_name=\"a.txt\""),
+        std::string::npos);
+
+    // The newer data set naming it twice finds the same older file twice and stops.
+    make_data_set("three", file("a.txt", "$HERE") + file("a.txt", "$HERE"));
+    run = diff("@ROOT1" + folder + "/two.pkg=@ROOT1" + folder + "/three.pkg");
+    EXPECT_NE(run.output.find("Installation (0)\n\t\tFound same file twice! (payload/a.txt)\n"), std::string::npos)
+        << run.output;
+    EXPECT_EQ(run.output.find("Done"), std::string::npos);
+}
