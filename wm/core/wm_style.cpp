@@ -117,22 +117,11 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
     INT_S16 radius = corners ? IMAGE::default_corner_radius(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
                                    static_cast<INT_S16>(x2), static_cast<INT_S16>(y2))
                              : 0;
+    // A box too small for its corners is drawn square.
+    INT_U8 round = radius > 0 ? corners : 0;
     auto box = [&](const COLOUR& a, const COLOUR& b, INT_U8 shade, INT_S8 percent) {
-        if (corners && radius > 0)
-            target->draw_rounded_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), radius, corners, a, b, shade, percent);
-        else if (shade == SHADE_DARKEN)
-            target->darken_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), percent);
-        else if (shade == SHADE_HORIZONTAL)
-            target->gradient_box_horizontal(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
-                static_cast<INT_S16>(x2), static_cast<INT_S16>(y2), a, b, true);
-        else if (shade == SHADE_VERTICAL)
-            target->gradient_box_vertical(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), a, b, true);
-        else
-            target->fill_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), a, true);
+        paint_style_fill(target, static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+            static_cast<INT_S16>(y2), round, radius, shade, a, b, percent, true);
     };
 
     const COLOUR& background = style->bg_colour;
@@ -150,13 +139,10 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
         }
     }
 
-    if (!(style->flags & ssf_draw_border) || !object)
+    // Only an indent or outstanding border is drawn with the face.
+    if (!object || !(style->flags & ssf_draw_border) || !(style->flags & (ssf_indent_border | ssf_outstanding_border)))
         return;
-    INT_U16 sides = static_cast<INT_U16>(style->shading_flags & ~BORDER_INVERTED);
-    if (style->flags & ssf_indent_border)
-        sides |= BORDER_INVERTED;
-    else if (!(style->flags & ssf_outstanding_border))
-        return;
+    INT_U16 sides = style_border_sides(style);
     if (pressed)
         sides ^= BORDER_INVERTED;
     // With "ssf_use_text_colour_for_outline" the outline follows the text for this border only.
@@ -166,6 +152,21 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
     // The border shades the face's own colour unless the object or the theme says otherwise.
     object->draw_shaded_box(x1, y1, x2, y2, sides, style->bg_colour, style->shading_type, -1);
     wm_toolkit.theme_outline_colour = outline;
+}
+
+void paint_style_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U8 corners, INT_S16 radius,
+    INT_U8 shade, const COLOUR& a, const COLOUR& b, INT_S8 percent, bool blend_fading)
+{
+    if (corners)
+        target->draw_rounded_box(x1, y1, x2, y2, radius, corners, a, b, shade, percent);
+    else if (shade == SHADE_DARKEN)
+        target->darken_box(x1, y1, x2, y2, percent);
+    else if (shade == SHADE_HORIZONTAL)
+        target->gradient_box_horizontal(x1, y1, x2, y2, a, b, blend_fading);
+    else if (shade == SHADE_VERTICAL)
+        target->gradient_box_vertical(x1, y1, x2, y2, a, b, blend_fading);
+    else
+        target->fill_box(x1, y1, x2, y2, a, true);
 }
 
 void paint_style_text(const WM_STYLE_SET* style, const char* text, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,

@@ -16,6 +16,7 @@
 #include "base/orlu_types.h"
 #include "graphics/colour.h"
 
+class IMAGE;
 class TILED_IMAGE;
 class WM_SCREEN_OBJECT;
 class WM_STYLE_SET;
@@ -63,6 +64,13 @@ bool style_take_image(const WM_STYLE_SET* style, INT_S32 slot, TILED_IMAGE* into
 // and, with "ssef_invert_vfading_on_press", the vertical fading upside down.
 void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED_IMAGE* face, INT_S32 x1, INT_S32 y1,
     INT_S32 x2, INT_S32 y2, bool pressed);
+
+// One fill of a face's background inside the inclusive rectangle: by `shade` (SHADE_DARKEN by
+// `percent`, SHADE_HORIZONTAL or SHADE_VERTICAL from `a` to `b`, else plain `a`), with the round
+// `corners` (CORNER bits of graphics/image.h) of `radius` (-1: the target's default) when it has
+// any. A fading is blended into what lies below with `blend_fading`, else written over it.
+void paint_style_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U8 corners, INT_S16 radius,
+    INT_U8 shade, const COLOUR& a, const COLOUR& b, INT_S8 percent, bool blend_fading);
 
 // Text inside the inclusive rectangle, placed by the style's alignment bits (centred without
 // them), wrapped with "ssf_wrap_text", in `colour` (invisible: fg_colour) with the style's

@@ -330,21 +330,18 @@ void WM_STYLE_SET::clear_images()
     images_loaded = 0;
 }
 
-// The folder text of `image_path` as a plain path for the cache. Paths come from files, so a
-// variable is only handed to FOLDER when it is one that FOLDER knows (an unknown one would end
-// the process) and a folder that cannot be reached gives no images rather than the wrong ones.
-static bool image_folder(const char* image_path, char* out)
+bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size)
 {
+    if (!out || size == 0)
+        return false;
+    const char* image_path = style.image_path;
     if (image_path[0] == '/') {
-        snprintf(out, ORLU_MAX_PATH, "%s", image_path);
+        snprintf(out, size, "%s", image_path);
         return true;
     }
     FOLDER folder;
-    if (image_path[0] == 0) {
-        snprintf(out, ORLU_MAX_PATH, "%s", folder.path());
-        return true;
-    }
     if (image_path[0] == '$') {
+        // An unknown variable would end the run inside FOLDER; a style file must not be able to.
         char variable[256];
         size_t length = strcspn(image_path, "/");
         if (length > 255)
@@ -354,9 +351,9 @@ static bool image_folder(const char* image_path, char* out)
         if (!is_known_variable(variable))
             return false;
     }
-    if (!folder.set(image_path))
+    if (image_path[0] && !folder.set(image_path))
         return false;
-    snprintf(out, ORLU_MAX_PATH, "%s", folder.path());
+    snprintf(out, size, "%s", folder.path());
     return true;
 }
 
@@ -368,7 +365,7 @@ void WM_STYLE_SET::load_images()
     if (strlen(image_filename) > MAX_IMAGE_NAME)
         return;
     char folder[ORLU_MAX_PATH];
-    if (!image_folder(image_path, folder))
+    if (!style_image_folder(*this, folder, sizeof folder))
         return;
 
     // One element is tried for name after name and kept only when it found its picture.

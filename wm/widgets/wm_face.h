@@ -52,9 +52,6 @@ INT_U8 face_text_flags(INT_U32 face_flags);
 TILED_IMAGE* copy_skin_image(const TILED_IMAGE* source);
 // The skin image `name` in the folder path through the image cache; null when there is none.
 TILED_IMAGE* load_skin_image(const char* folder, const char* name);
-// The folder of a style set's images as a full path, "$HERE" and variables resolved. False when
-// it cannot be told.
-bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size);
 void free_skin_image(TILED_IMAGE*& image);
 
 // Fills the rectangle as a face without pictures: darkened by half with
