@@ -76,7 +76,7 @@ WM_STYLE_SET* dialog_default_style(INT_S32 which)
     static const INT_S32 styles[] = { WIDGET_STYLE_DIALOG, WIDGET_STYLE_TITLE, WIDGET_STYLE_BUTTON };
     if (which < 0 || which > 2)
         return nullptr;
-    return widget_default_style(styles[which]);
+    return widget_look(styles[which]);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -20,7 +20,6 @@
 #include "graphics/tiled_image.h"
 #include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
-#include "wm/core/wm_look.h"
 #include "wm/core/wm_page_manager.h"
 #include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
@@ -98,7 +97,7 @@ WM_BUTTON::WM_BUTTON(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const WM_ST
     : WM_SCREEN_OBJECT(true, left_callback_, left_data1_, left_data2_)
 {
     init_fields();
-    const WM_STYLE_SET& style = style_ ? *style_ : *widget_default_style(WIDGET_STYLE_BUTTON);
+    const WM_STYLE_SET& style = style_ ? *style_ : *widget_look(WIDGET_STYLE_BUTTON);
     title = copy_text(title_);
     trigger = trigger_;
     shading_type = static_cast<INT_U8>(style.shading_type);
@@ -203,7 +202,7 @@ void WM_BUTTON::size_to_title(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2)
 
 INT_S16 WM_BUTTON::width_for(const char* title_, const WM_STYLE_SET* style)
 {
-    const WM_STYLE_SET& set = style ? *style : *widget_default_style(WIDGET_STYLE_BUTTON);
+    const WM_STYLE_SET& set = style ? *style : *widget_look(WIDGET_STYLE_BUTTON);
     INT_S32 text_w = 0;
     measure_face_text(wm_measuring_target(), title_, set.font_id, set.font_x_sz, set.font_y_sz, &text_w, nullptr);
     INT_S32 gaps = (set.cell_left_gap < 0 ? 0 : set.cell_left_gap) + (set.cell_right_gap < 0 ? 0 : set.cell_right_gap);
@@ -292,9 +291,7 @@ void WM_BUTTON::set_hint(const char* text)
     hint = nullptr;
     if (!text || !text[0])
         return;
-    // The application's hint style when it supplied one, else the built-in look.
-    const WM_STYLE_SET* look = toolkit_hints_present() ? toolkit_style(TOOLKIT_STYLE_BUTTON_HINT)
-                                                       : widget_default_style(WIDGET_STYLE_HINT);
+    const WM_STYLE_SET* look = widget_look(WIDGET_STYLE_HINT);
     hint = new (std::nothrow) WM_SCRIPT(0, 0, SCRIPT_MEASURE_LINES_WIDTH, SCRIPT_MEASURE_LINES_HEIGHT, text, look);
     if (!hint)
         return;
