@@ -19,6 +19,7 @@
 
 #include "base/error_report.h"
 #include "graphics/image.h"
+#include "graphics/tiled_image.h"
 #include "host/host.h"
 #include "wm/core/wm_action.h"
 #include "wm/core/wm_draw.h"
@@ -158,6 +159,19 @@ WM_SCREEN_OBJECT::~WM_SCREEN_OBJECT()
     wm_toolkit.overlay_list.remove(this);
     if (visible)
         mark_dirty();
+}
+
+bool WM_SCREEN_OBJECT::is_over_masked(INT_S32 px, INT_S32 py, const TILED_IMAGE* mask)
+{
+    if (!visible)
+        return false;
+    if (is_over_child(px, py))
+        return true;
+    if (!is_over_self(px, py))
+        return false;
+    if (!mask)
+        return true;
+    return mask->solid_at(clamp_s16(px - x), clamp_s16(py - y), clamp_s16(width), clamp_s16(height));
 }
 
 INT_S32 WM_SCREEN_OBJECT::left_click_step(INT_U8& was_down, INT_S32 trigger, INT_S16& click_x, INT_S16& click_y)

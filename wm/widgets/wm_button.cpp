@@ -162,19 +162,7 @@ WM_BUTTON::~WM_BUTTON()
 
 void WM_BUTTON::resolve_gaps()
 {
-    INT_S16 thickness = clamp_s16(shading_thickness(shading_type));
-    if (left_gap == -1)
-        left_gap = thickness;
-    if (right_gap == -1)
-        right_gap = thickness;
-    if (top_gap == -1)
-        top_gap = thickness;
-    if (bottom_gap == -1)
-        bottom_gap = thickness;
-    if (x_spacing == -1)
-        x_spacing = left_gap;
-    if (y_spacing == -1)
-        y_spacing = top_gap;
+    resolve_face_gaps(shading_thickness(shading_type), left_gap, right_gap, top_gap, bottom_gap, x_spacing, y_spacing);
 }
 
 // A side that is not positive takes what the title needs; a button that ends up with no size at
@@ -608,15 +596,9 @@ INT_S32 WM_BUTTON::animate(bool overlays)
 
 bool WM_BUTTON::is_over(INT_S32 px, INT_S32 py)
 {
-    if (!visible)
-        return false;
-    if (is_over_child(px, py))
-        return true;
-    if (!is_over_self(px, py))
-        return false;
-    if (!face_up || !face_down || (face_flags & FACE_DONT_MASK_CLICK))
-        return true;
-    return face_up->solid_at(clamp_s16(px - x), clamp_s16(py - y), clamp_s16(width), clamp_s16(height));
+    // Only a button with both its faces as pictures is clicked on the picture's shape.
+    bool masked = face_up && face_down && !(face_flags & FACE_DONT_MASK_CLICK);
+    return is_over_masked(px, py, masked ? face_up : nullptr);
 }
 
 // ---------------------------------------------------------------------------------------------

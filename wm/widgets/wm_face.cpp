@@ -140,6 +140,24 @@ void free_skin_image(TILED_IMAGE*& image)
     image = nullptr;
 }
 
+void resolve_face_gaps(INT_S32 thickness, INT_S16& left, INT_S16& right, INT_S16& top, INT_S16& bottom,
+    INT_S16& x_spacing, INT_S16& y_spacing)
+{
+    INT_S16 border = static_cast<INT_S16>(thickness);
+    if (left == -1)
+        left = border;
+    if (right == -1)
+        right = border;
+    if (top == -1)
+        top = border;
+    if (bottom == -1)
+        bottom = border;
+    if (x_spacing == -1)
+        x_spacing = left;
+    if (y_spacing == -1)
+        y_spacing = top;
+}
+
 void paint_face_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U32 face_flags,
     const COLOUR& background, const COLOUR& fading, INT_U16 sides, bool inverted, bool flat)
 {

@@ -54,6 +54,11 @@ TILED_IMAGE* copy_skin_image(const TILED_IMAGE* source);
 TILED_IMAGE* load_skin_image(const char* folder, const char* name);
 void free_skin_image(TILED_IMAGE*& image);
 
+// The gaps of a face left at -1 take the border's thickness, and spacings left at -1 the left and
+// top gaps.
+void resolve_face_gaps(INT_S32 thickness, INT_S16& left, INT_S16& right, INT_S16& top, INT_S16& bottom,
+    INT_S16& x_spacing, INT_S16& y_spacing);
+
 // Fills the rectangle as a face without pictures: darkened by half with
 // FACE_DARKENED_BACKGROUND; otherwise, with a visible background, a horizontal or vertical
 // fading to `fading` (the vertical one upside down when `inverted` with

@@ -327,26 +327,20 @@ INT_S32 WM_PROGRESS_BAR::scroll_size(bool across) const
 void WM_PROGRESS_BAR::animation_step()
 {
     INT_U32 now = wm_now();
-    INT_S32 size = scroll_size(true);
-    if (size > 0 && x_rate != 0 && now - last_x_step > update_rate) {
-        INT_S16 moved = progress_scroll_step(scroll_x, size, x_rate, now - last_x_step);
-        if (moved != scroll_x) {
-            scroll_x = moved;
+    // One axis: moves its offset by the time since its last step, once update_rate has passed.
+    auto step = [&](INT_S16& scroll, INT_S32 size, INT_S16 rate, INT_U32& last_step) {
+        if (size < 1 || rate == 0 || now - last_step <= update_rate)
+            return;
+        INT_S16 moved = progress_scroll_step(scroll, size, rate, now - last_step);
+        if (moved != scroll) {
+            scroll = moved;
             scrolled = 1;
         }
         show(false);
-        last_x_step = now;
-    }
-    size = scroll_size(false);
-    if (size > 0 && y_rate != 0 && now - last_y_step > update_rate) {
-        INT_S16 moved = progress_scroll_step(scroll_y, size, y_rate, now - last_y_step);
-        if (moved != scroll_y) {
-            scroll_y = moved;
-            scrolled = 1;
-        }
-        show(false);
-        last_y_step = now;
-    }
+        last_step = now;
+    };
+    step(scroll_x, scroll_size(true), x_rate, last_x_step);
+    step(scroll_y, scroll_size(false), y_rate, last_y_step);
 }
 
 INT_S32 WM_PROGRESS_BAR::animate(bool overlays)

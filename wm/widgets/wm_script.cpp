@@ -143,19 +143,7 @@ void WM_SCRIPT::measure(INT_S16 width_, INT_S16 height_, bool left_set, bool rig
 
 void WM_SCRIPT::resolve_gaps()
 {
-    INT_S16 thickness = static_cast<INT_S16>(shading_thickness(shading_type));
-    if (left_gap == -1)
-        left_gap = thickness;
-    if (right_gap == -1)
-        right_gap = thickness;
-    if (top_gap == -1)
-        top_gap = thickness;
-    if (bottom_gap == -1)
-        bottom_gap = thickness;
-    if (x_spacing == -1)
-        x_spacing = left_gap;
-    if (y_spacing == -1)
-        y_spacing = top_gap;
+    resolve_face_gaps(shading_thickness(shading_type), left_gap, right_gap, top_gap, bottom_gap, x_spacing, y_spacing);
 }
 
 void WM_SCRIPT::get_size_for(const char* text_, const WM_STYLE_SET* style, INT_S16* width_out, INT_S16* height_out)
@@ -234,16 +222,7 @@ INT_S32 WM_SCRIPT::animate(bool overlays)
 
 bool WM_SCRIPT::is_over(INT_S32 px, INT_S32 py)
 {
-    if (!visible)
-        return false;
-    if (is_over_child(px, py))
-        return true;
-    if (!is_over_self(px, py))
-        return false;
-    if (!face || (face_flags & FACE_DONT_MASK_CLICK))
-        return true;
-    return face->solid_at(static_cast<INT_S16>(px - x), static_cast<INT_S16>(py - y), static_cast<INT_S16>(width),
-        static_cast<INT_S16>(height));
+    return is_over_masked(px, py, face_flags & FACE_DONT_MASK_CLICK ? nullptr : face);
 }
 
 void WM_SCRIPT::paint()
