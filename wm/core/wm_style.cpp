@@ -8,6 +8,84 @@
 #include "wm/core/wm_screen_object.h"
 #include "wm/core/wm_style_set.h"
 
+namespace {
+
+struct FLAG_MAP {
+    INT_U32 style_bit;
+    INT_U32 face_bit;
+};
+
+const FLAG_MAP flag_map[] = {
+    { ssf_left_justify_text, FACE_LEFT_JUSTIFY },
+    { ssf_right_justify_text, FACE_RIGHT_JUSTIFY },
+    { ssf_top_align_text, FACE_TOP_ALIGN },
+    { ssf_bottom_align_text, FACE_BOTTOM_ALIGN },
+    { ssf_darkened_background, FACE_DARKENED_BACKGROUND },
+    { ssf_indent_border, FACE_FIXED_BORDER },
+    { ssf_outstanding_border, FACE_FIXED_BORDER },
+    { ssf_hfading, FACE_HFADING },
+    { ssf_vfading, FACE_VFADING },
+    { ssf_use_text_colour_for_outline, FACE_TEXT_COLOUR_OUTLINE },
+    { ssf_shadow_text, FACE_SHADOW_TEXT },
+    { ssf_inset_text, FACE_INSET_TEXT },
+    { ssf_chiseled_text, FACE_CHISELED_TEXT },
+    { ssf_icon_left, FACE_ICON_LEFT },
+    { ssf_icon_right, FACE_ICON_RIGHT },
+    { ssf_icon_top, FACE_ICON_TOP },
+    { ssf_icon_bottom, FACE_ICON_BOTTOM },
+    { ssf_icon_attach_to_text, FACE_ICON_ATTACH_TO_TEXT },
+    { ssf_wrap_text, FACE_WRAP_TEXT },
+    { ssf_dont_resize_image, FACE_DONT_RESIZE_IMAGE },
+    { ssf_reflect_text, FACE_REFLECT_TEXT },
+};
+
+const FLAG_MAP ext_flag_map[] = {
+    { ssef_left_arrow, FACE_LEFT_ARROW },
+    { ssef_right_arrow, FACE_RIGHT_ARROW },
+    { ssef_up_arrow, FACE_UP_ARROW },
+    { ssef_down_arrow, FACE_DOWN_ARROW },
+    { ssef_invert_vfading_on_press, FACE_INVERT_VFADING_ON_PRESS },
+    { ssef_dont_mask_click, FACE_DONT_MASK_CLICK },
+};
+
+} // namespace
+
+INT_U32 face_flags_from_style(const WM_STYLE_SET& style)
+{
+    INT_U32 face = 0;
+    for (const FLAG_MAP& entry : flag_map) {
+        if (style.flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    for (const FLAG_MAP& entry : ext_flag_map) {
+        if (style.ext_flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    return face;
+}
+
+INT_U8 face_text_flags(INT_U32 face_flags)
+{
+    INT_U8 flags = 0;
+    if (face_flags & FACE_LEFT_JUSTIFY)
+        flags |= TEXT_LEFT;
+    if (face_flags & FACE_RIGHT_JUSTIFY)
+        flags |= TEXT_RIGHT;
+    if (face_flags & FACE_TOP_ALIGN)
+        flags |= TEXT_TOP;
+    if (face_flags & FACE_BOTTOM_ALIGN)
+        flags |= TEXT_BOTTOM;
+    if (face_flags & FACE_SHADOW_TEXT)
+        flags |= TEXT_SHADOW;
+    if (face_flags & FACE_INSET_TEXT)
+        flags |= TEXT_INSET;
+    if (face_flags & FACE_CHISELED_TEXT)
+        flags |= TEXT_CHISELED;
+    if (face_flags & FACE_REFLECT_TEXT)
+        flags |= TEXT_REFLECT;
+    return flags;
+}
+
 WM_STYLE_FONT style_font(const WM_STYLE_SET* style)
 {
     WM_STYLE_FONT result;
@@ -65,10 +143,7 @@ INT_U8 style_text_flags(const WM_STYLE_SET* style)
 {
     if (!style)
         return 0;
-    INT_U8 flags = style->get_text_flags();
-    if (style->flags & ssf_reflect_text)
-        flags |= TEXT_REFLECT;
-    return flags;
+    return face_text_flags(face_flags_from_style(*style));
 }
 
 void apply_style(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style)

@@ -21,6 +21,7 @@
 #include "graphics/font.h"
 #include "graphics/image_cache_store.h"
 #include "graphics/tiled_image.h"
+#include "wm/core/wm_style.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Tables
@@ -701,22 +702,8 @@ void WM_STYLE_SET::rescale(INT_S16 old_width, INT_S16 old_height, INT_S16 new_wi
 
 INT_U8 WM_STYLE_SET::get_text_flags() const
 {
-    INT_U8 result = 0;
-    if (flags & ssf_left_justify_text)
-        result |= TEXT_LEFT;
-    if (flags & ssf_right_justify_text)
-        result |= TEXT_RIGHT;
-    if (flags & ssf_top_align_text)
-        result |= TEXT_TOP;
-    if (flags & ssf_bottom_align_text)
-        result |= TEXT_BOTTOM;
-    if (flags & ssf_shadow_text)
-        result |= TEXT_SHADOW;
-    if (flags & ssf_inset_text)
-        result |= TEXT_INSET;
-    if (flags & ssf_chiseled_text)
-        result |= TEXT_CHISELED;
-    return result;
+    // The face flags carry the same bits; the reflection is not one of the seven.
+    return static_cast<INT_U8>(face_text_flags(face_flags_from_style(*this)) & ~TEXT_REFLECT);
 }
 
 // ---------------------------------------------------------------------------------------------
