@@ -9,6 +9,7 @@
 #include "host/input.h"
 #include "io/data_file.h"
 #include "io/folder.h"
+#include "wm/core/wm_look.h"
 
 namespace {
 
@@ -22,6 +23,9 @@ void WIDGET_SCREEN::SetUp()
 {
     headless_reset(1024, 768);
     headless_set_time(START_TIME);
+    // Widgets given no style set draw in their built-in looks unless a test supplies the
+    // application's; an earlier test in the same run may have left its own behind.
+    set_toolkit_hints_present(false);
     WINDOW_REQUEST request;
     request.width = SCREEN_WIDTH;
     request.height = SCREEN_HEIGHT;

@@ -31,7 +31,8 @@ enum TOOLKIT_STYLE : INT_S32 {
 
 // Never null for 0 to TOOLKIT_STYLE_COUNT - 1; null outside.
 [[nodiscard]] WM_STYLE_SET* toolkit_style(INT_S32 which);
-// Whether the hint style was supplied (otherwise hints are drawn in the button style).
+// Whether the application supplied its toolkit styles (it gives the four at once, the hints with
+// them). Until it has, widgets given no style set draw in their built-in looks.
 void set_toolkit_hints_present(bool present);
 [[nodiscard]] bool toolkit_hints_present();
 

@@ -3,6 +3,7 @@
 #include "wm/core/wm_manager.h"
 
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 
 WM_MANAGER::WM_MANAGER(INT_S32 x_in, INT_S32 y_in, INT_S32 width_in, INT_S32 height_in, bool visible_in)
@@ -64,17 +65,10 @@ void WM_MANAGER::draw()
         return;
     }
     take_display_size();
-    INT_S16 left = target->clip_left, right = target->clip_right;
-    INT_S16 top = target->clip_top, bottom = target->clip_bottom;
-    INT_U8 valid = target->clip_valid;
+    WM_CLIP_KEEPER kept(target);
     // Nothing inside an area paints beyond it.
     target->intersect_clip(x, y, static_cast<INT_S16>(x + width - 1), static_cast<INT_S16>(y + height - 1));
     WM_SCREEN_OBJECT::draw();
-    target->clip_left = left;
-    target->clip_right = right;
-    target->clip_top = top;
-    target->clip_bottom = bottom;
-    target->clip_valid = valid;
 }
 
 void WM_MANAGER::paint()

@@ -373,55 +373,49 @@ FOLDER folder_or_app(const FOLDER* folder)
 
 } // namespace
 
-INT_S32 WM_PAGE_TOOL_MANAGER::load_fonts(const FOLDER* folder)
+INT_S32 WM_PAGE_TOOL_MANAGER::load_sorted(const FOLDER* folder, PTRARRAY& list, const char* ending,
+    const char* other_ending,
+    bool (*take)(WM_PAGE_TOOL_MANAGER* tool, const FOLDER& folder, const char* file_name, void* context), void* context,
+    ITEM_COMPARE compare)
 {
     FOLDER where = folder_or_app(folder);
     INT_S32 budget = PTM_SCAN_FILES;
-    INT_S32 before = m_fonts.count();
-    scan(where, ".ttf", 0, &budget, PTM_LOADER::font, nullptr);
-    scan(where, ".otf", 0, &budget, PTM_LOADER::font, nullptr);
-    m_fonts.sort(compare_records<WM_PTM_FONT_INFO>, nullptr);
-    return m_fonts.count() - before;
+    INT_S32 before = list.count();
+    scan(where, ending, 0, &budget, take, context);
+    if (other_ending)
+        scan(where, other_ending, 0, &budget, take, context);
+    list.sort(compare, nullptr);
+    return list.count() - before;
+}
+
+INT_S32 WM_PAGE_TOOL_MANAGER::load_fonts(const FOLDER* folder)
+{
+    return load_sorted(folder, m_fonts, ".ttf", ".otf", PTM_LOADER::font, nullptr, compare_records<WM_PTM_FONT_INFO>);
 }
 
 INT_S32 WM_PAGE_TOOL_MANAGER::load_style_sets(const FOLDER* folder, bool update)
 {
-    FOLDER where = folder_or_app(folder);
-    INT_S32 budget = PTM_SCAN_FILES;
-    INT_S32 before = m_style_sets.count();
-    scan(where, ".ss", 0, &budget, PTM_LOADER::style_set, update ? this : nullptr);
-    m_style_sets.sort(compare_records<WM_STYLE_SET>, nullptr);
-    return m_style_sets.count() - before;
+    return load_sorted(folder, m_style_sets, ".ss", nullptr, PTM_LOADER::style_set, update ? this : nullptr,
+        compare_records<WM_STYLE_SET>);
 }
 
+// The three kinds of record a .cfg file holds, told apart by the loader's context.
 INT_S32 WM_PAGE_TOOL_MANAGER::load_colours(const FOLDER* folder)
 {
-    FOLDER where = folder_or_app(folder);
-    INT_S32 budget = PTM_SCAN_FILES;
-    INT_S32 before = m_colours.count();
-    scan(where, ".cfg", 0, &budget, PTM_LOADER::cfg_file, reinterpret_cast<void*>(0));
-    m_colours.sort(compare_records<WM_PTM_COLOUR_INFO>, nullptr);
-    return m_colours.count() - before;
+    return load_sorted(folder, m_colours, ".cfg", nullptr, PTM_LOADER::cfg_file, reinterpret_cast<void*>(0),
+        compare_records<WM_PTM_COLOUR_INFO>);
 }
 
 INT_S32 WM_PAGE_TOOL_MANAGER::load_images(const FOLDER* folder)
 {
-    FOLDER where = folder_or_app(folder);
-    INT_S32 budget = PTM_SCAN_FILES;
-    INT_S32 before = m_images.count();
-    scan(where, ".cfg", 0, &budget, PTM_LOADER::cfg_file, reinterpret_cast<void*>(1));
-    m_images.sort(compare_records<WM_PTM_IMAGE_INFO>, nullptr);
-    return m_images.count() - before;
+    return load_sorted(folder, m_images, ".cfg", nullptr, PTM_LOADER::cfg_file, reinterpret_cast<void*>(1),
+        compare_records<WM_PTM_IMAGE_INFO>);
 }
 
 INT_S32 WM_PAGE_TOOL_MANAGER::load_constants(const FOLDER* folder)
 {
-    FOLDER where = folder_or_app(folder);
-    INT_S32 budget = PTM_SCAN_FILES;
-    INT_S32 before = m_constants.count();
-    scan(where, ".cfg", 0, &budget, PTM_LOADER::cfg_file, reinterpret_cast<void*>(2));
-    m_constants.sort(compare_records<WM_PTM_CONSTANT_INFO>, nullptr);
-    return m_constants.count() - before;
+    return load_sorted(folder, m_constants, ".cfg", nullptr, PTM_LOADER::cfg_file, reinterpret_cast<void*>(2),
+        compare_records<WM_PTM_CONSTANT_INFO>);
 }
 
 void WM_PAGE_TOOL_MANAGER::sort_all()

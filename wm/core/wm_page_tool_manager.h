@@ -212,6 +212,11 @@ private:
     INT_S32 scan(const FOLDER& folder, const char* extension, INT_S32 depth, INT_S32* budget,
         bool (*take)(WM_PAGE_TOOL_MANAGER* tool, const FOLDER& folder, const char* file_name, void* context),
         void* context);
+    // Scans the folder (null: $APP) for files ending in `ending` (and `other_ending`, when given)
+    // under one budget into `list`, then sorts it by name. The number of records added.
+    INT_S32 load_sorted(const FOLDER* folder, PTRARRAY& list, const char* ending, const char* other_ending,
+        bool (*take)(WM_PAGE_TOOL_MANAGER* tool, const FOLDER& folder, const char* file_name, void* context),
+        void* context, ITEM_COMPARE compare);
 
     PTRARRAY m_areas;     // WM_PTM_AREA_INFO*
     PTRARRAY m_style_sets; // WM_STYLE_SET*

@@ -15,11 +15,14 @@
 #include "wm/core/wm_screen_object.h"
 
 #include <cstring>
+#include <optional>
 
 #include "base/error_report.h"
 #include "graphics/image.h"
+#include "graphics/tiled_image.h"
 #include "host/host.h"
 #include "wm/core/wm_action.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_page_manager.h"
 
@@ -76,24 +79,22 @@ WM_SCREEN_OBJECT* object_of(const LLIST_NODE* node)
     return list_object(node);
 }
 
-// The saved clip of the draw target.
-struct CLIP_STATE {
-    INT_S16 left, right, top, bottom;
-    INT_U8 valid;
-};
-
-CLIP_STATE save_clip(const IMAGE* target)
+// Cuts the rectangle to a display of the size given; false when nothing of it is left, or the
+// display has no size.
+bool clip_to_display(INT_S32 display_width, INT_S32 display_height, INT_S32& x1, INT_S32& y1, INT_S32& x2,
+    INT_S32& y2)
 {
-    return { target->clip_left, target->clip_right, target->clip_top, target->clip_bottom, target->clip_valid };
-}
-
-void restore_clip(IMAGE* target, const CLIP_STATE& state)
-{
-    target->clip_left = state.left;
-    target->clip_right = state.right;
-    target->clip_top = state.top;
-    target->clip_bottom = state.bottom;
-    target->clip_valid = state.valid;
+    if (display_width < 1 || display_height < 1)
+        return false;
+    if (x1 < 0)
+        x1 = 0;
+    if (y1 < 0)
+        y1 = 0;
+    if (x2 > display_width - 1)
+        x2 = display_width - 1;
+    if (y2 > display_height - 1)
+        y2 = display_height - 1;
+    return x2 >= x1 && y2 >= y1;
 }
 
 // z level of an object that leaves a list of `owner` and stays alive.
@@ -158,6 +159,39 @@ WM_SCREEN_OBJECT::~WM_SCREEN_OBJECT()
     wm_toolkit.overlay_list.remove(this);
     if (visible)
         mark_dirty();
+}
+
+bool WM_SCREEN_OBJECT::is_over_masked(INT_S32 px, INT_S32 py, const TILED_IMAGE* mask)
+{
+    if (!visible)
+        return false;
+    if (is_over_child(px, py))
+        return true;
+    if (!is_over_self(px, py))
+        return false;
+    if (!mask)
+        return true;
+    return mask->solid_at(clamp_s16(px - x), clamp_s16(py - y), clamp_s16(width), clamp_s16(height));
+}
+
+INT_S32 WM_SCREEN_OBJECT::left_click_step(INT_U8& was_down, INT_S32 trigger, INT_S16& click_x, INT_S16& click_y)
+{
+    INT_S32 code = 0;
+    INT_S32 px = wm_pointer_x();
+    INT_S32 py = wm_pointer_y();
+    bool left = (wm_button_mask() & BUTTON_PRIMARY) != 0;
+    if (left != (was_down != 0) && is_over_self(px, py) && left_callback) {
+        bool fire = (left && trigger != 1) || (!left && trigger != 0);
+        if (fire) {
+            click_x = clamp_s16(px - x);
+            click_y = clamp_s16(py - y);
+            code = left_callback(this, left_data1, left_data2);
+            click_x = -1;
+            click_y = -1;
+        }
+    }
+    was_down = left;
+    return code;
 }
 
 void WM_SCREEN_OBJECT::notify_created()
@@ -666,17 +700,7 @@ void WM_SCREEN_OBJECT::record_dirty(INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 
     INT_S32 display = wm_display_at(x < 0 ? 0 : x, y < 0 ? 0 : y);
     INT_S32 display_width = wm_display_width(display);
     INT_S32 display_height = wm_display_height(display);
-    if (display_width < 1 || display_height < 1)
-        return;
-    if (x1 < 0)
-        x1 = 0;
-    if (y1 < 0)
-        y1 = 0;
-    if (x2 > display_width - 1)
-        x2 = display_width - 1;
-    if (y2 > display_height - 1)
-        y2 = display_height - 1;
-    if (x2 < x1 || y2 < y1)
+    if (!clip_to_display(display_width, display_height, x1, y1, x2, y2))
         return;
     WM_DIRTY_RECT rect;
     rect.x1 = static_cast<INT_S16>(x1);
@@ -726,14 +750,13 @@ void WM_SCREEN_OBJECT::draw()
     if (!is_repaint_running() || !visible)
         return;
     IMAGE* target = wm_toolkit.draw_target;
-    bool restore = false;
-    CLIP_STATE saved {};
+    // The outermost draw narrows the clip to the dirty rectangle and puts it back after.
+    std::optional<WM_CLIP_KEEPER> saved;
     if (target && wm_toolkit.clip_saved == 0) {
         const WM_DIRTY_RECT& rect = wm_toolkit.dirty_rects.rects[wm_toolkit.current_dirty_rect];
-        saved = save_clip(target);
+        saved.emplace(target);
         target->intersect_clip(rect.x1, rect.y1, rect.x2, rect.y2);
         wm_toolkit.clip_saved = 1;
-        restore = true;
     }
 
     if (width >= 1 && height >= 1 && touches_dirty_rect()) {
@@ -755,8 +778,8 @@ void WM_SCREEN_OBJECT::draw()
         child->draw();
     }
 
-    if (restore) {
-        restore_clip(target, saved);
+    if (saved) {
+        saved->restore();
         wm_toolkit.clip_saved = 0;
     }
 }
@@ -785,17 +808,7 @@ void repaint_rectangle_now(INT_S32 display, INT_S32 x1, INT_S32 y1, INT_S32 x2, 
     IMAGE* target = wm_toolkit.draw_target;
     INT_S32 display_width = wm_display_width(display);
     INT_S32 display_height = wm_display_height(display);
-    if (!target || display_width < 1 || display_height < 1)
-        return;
-    if (x1 < 0)
-        x1 = 0;
-    if (y1 < 0)
-        y1 = 0;
-    if (x2 > display_width - 1)
-        x2 = display_width - 1;
-    if (y2 > display_height - 1)
-        y2 = display_height - 1;
-    if (x2 < x1 || y2 < y1)
+    if (!target || !clip_to_display(display_width, display_height, x1, y1, x2, y2))
         return;
 
     WM_DIRTY_LIST& list = wm_toolkit.dirty_rects;
@@ -803,7 +816,7 @@ void repaint_rectangle_now(INT_S32 display, INT_S32 x1, INT_S32 y1, INT_S32 x2, 
     INT_S32 saved_count = list.count;
     WM_DIRTY_RECT saved_first = list.rects[0];
     INT_S32 saved_clip_depth = wm_toolkit.clip_saved;
-    CLIP_STATE saved_clip = save_clip(target);
+    WM_CLIP_KEEPER saved_clip(target);
 
     list.rects[0].x1 = static_cast<INT_S16>(x1);
     list.rects[0].y1 = static_cast<INT_S16>(y1);
@@ -827,7 +840,7 @@ void repaint_rectangle_now(INT_S32 display, INT_S32 x1, INT_S32 y1, INT_S32 x2, 
     if (unattached && unattached->z_level == -1)
         unattached->draw();
 
-    restore_clip(target, saved_clip);
+    saved_clip.restore();
     wm_toolkit.clip_saved = saved_clip_depth;
     list.rects[0] = saved_first;
     list.count = saved_count;

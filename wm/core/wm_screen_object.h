@@ -29,6 +29,7 @@
 #include "wm/core/wm_dirty_list.h"
 
 class IMAGE;
+class TILED_IMAGE;
 class WM_PAGE_MANAGER;
 class WM_SCREEN_OBJECT;
 
@@ -273,6 +274,14 @@ public:
     [[nodiscard]] static bool activate_key_is_down();
     // Ends a widget's constructor: calls the application's created hook.
     void notify_created();
+    // is_over for a widget whose face may be a picture with holes: over a child, or over its own
+    // rectangle where `mask` (null: none) has a solid pixel, the mask stretched to the rectangle.
+    [[nodiscard]] bool is_over_masked(INT_S32 px, INT_S32 py, const TILED_IMAGE* mask);
+    // For widgets that are clicked on their own rectangle: a change of the primary button over it
+    // calls left_callback, `trigger` 0 on the press, 1 on the release, anything else on both.
+    // click_x and click_y hold the spot within the object during the call and -1 after; `was_down`
+    // is the widget's memory of the button. The callback's code, 0 when none was called.
+    INT_S32 left_click_step(INT_U8& was_down, INT_S32 trigger, INT_S16& click_x, INT_S16& click_y);
 
     // --- Fields, in the order of the record -----------------------------------------------------
     INT_S16 x { 0 };

@@ -17,6 +17,7 @@
 // type 2, which stays dark on top and left and light on bottom and right.
 
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_screen_object.h"
 
 namespace {
@@ -170,8 +171,7 @@ void WM_SCREEN_OBJECT::draw_shaded_box(INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S
             vline(target, right, top + cut_tr, bottom - cut_br, second);
         if (r > 0) {
             // Each arc alone, through a clip narrowed to its corner.
-            INT_S16 cl = target->clip_left, cr = target->clip_right, ct = target->clip_top, cb = target->clip_bottom;
-            INT_U8 cv = target->clip_valid;
+            WM_CLIP_KEEPER kept(target);
             struct ARC {
                 INT_U8 bit;
                 INT_S32 ax1, ay1, ax2, ay2;
@@ -192,11 +192,7 @@ void WM_SCREEN_OBJECT::draw_shaded_box(INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S
                     static_cast<INT_S16>(arc.ax2), static_cast<INT_S16>(arc.ay2));
                 target->draw_rounded_outline(static_cast<INT_S16>(left), static_cast<INT_S16>(top),
                     static_cast<INT_S16>(right), static_cast<INT_S16>(bottom), shade, static_cast<INT_S16>(r), arc.bit);
-                target->clip_left = cl;
-                target->clip_right = cr;
-                target->clip_top = ct;
-                target->clip_bottom = cb;
-                target->clip_valid = cv;
+                kept.restore();
             }
         }
     }

@@ -8,6 +8,84 @@
 #include "wm/core/wm_screen_object.h"
 #include "wm/core/wm_style_set.h"
 
+namespace {
+
+struct FLAG_MAP {
+    INT_U32 style_bit;
+    INT_U32 face_bit;
+};
+
+const FLAG_MAP flag_map[] = {
+    { ssf_left_justify_text, FACE_LEFT_JUSTIFY },
+    { ssf_right_justify_text, FACE_RIGHT_JUSTIFY },
+    { ssf_top_align_text, FACE_TOP_ALIGN },
+    { ssf_bottom_align_text, FACE_BOTTOM_ALIGN },
+    { ssf_darkened_background, FACE_DARKENED_BACKGROUND },
+    { ssf_indent_border, FACE_FIXED_BORDER },
+    { ssf_outstanding_border, FACE_FIXED_BORDER },
+    { ssf_hfading, FACE_HFADING },
+    { ssf_vfading, FACE_VFADING },
+    { ssf_use_text_colour_for_outline, FACE_TEXT_COLOUR_OUTLINE },
+    { ssf_shadow_text, FACE_SHADOW_TEXT },
+    { ssf_inset_text, FACE_INSET_TEXT },
+    { ssf_chiseled_text, FACE_CHISELED_TEXT },
+    { ssf_icon_left, FACE_ICON_LEFT },
+    { ssf_icon_right, FACE_ICON_RIGHT },
+    { ssf_icon_top, FACE_ICON_TOP },
+    { ssf_icon_bottom, FACE_ICON_BOTTOM },
+    { ssf_icon_attach_to_text, FACE_ICON_ATTACH_TO_TEXT },
+    { ssf_wrap_text, FACE_WRAP_TEXT },
+    { ssf_dont_resize_image, FACE_DONT_RESIZE_IMAGE },
+    { ssf_reflect_text, FACE_REFLECT_TEXT },
+};
+
+const FLAG_MAP ext_flag_map[] = {
+    { ssef_left_arrow, FACE_LEFT_ARROW },
+    { ssef_right_arrow, FACE_RIGHT_ARROW },
+    { ssef_up_arrow, FACE_UP_ARROW },
+    { ssef_down_arrow, FACE_DOWN_ARROW },
+    { ssef_invert_vfading_on_press, FACE_INVERT_VFADING_ON_PRESS },
+    { ssef_dont_mask_click, FACE_DONT_MASK_CLICK },
+};
+
+} // namespace
+
+INT_U32 face_flags_from_style(const WM_STYLE_SET& style)
+{
+    INT_U32 face = 0;
+    for (const FLAG_MAP& entry : flag_map) {
+        if (style.flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    for (const FLAG_MAP& entry : ext_flag_map) {
+        if (style.ext_flags & entry.style_bit)
+            face |= entry.face_bit;
+    }
+    return face;
+}
+
+INT_U8 face_text_flags(INT_U32 face_flags)
+{
+    INT_U8 flags = 0;
+    if (face_flags & FACE_LEFT_JUSTIFY)
+        flags |= TEXT_LEFT;
+    if (face_flags & FACE_RIGHT_JUSTIFY)
+        flags |= TEXT_RIGHT;
+    if (face_flags & FACE_TOP_ALIGN)
+        flags |= TEXT_TOP;
+    if (face_flags & FACE_BOTTOM_ALIGN)
+        flags |= TEXT_BOTTOM;
+    if (face_flags & FACE_SHADOW_TEXT)
+        flags |= TEXT_SHADOW;
+    if (face_flags & FACE_INSET_TEXT)
+        flags |= TEXT_INSET;
+    if (face_flags & FACE_CHISELED_TEXT)
+        flags |= TEXT_CHISELED;
+    if (face_flags & FACE_REFLECT_TEXT)
+        flags |= TEXT_REFLECT;
+    return flags;
+}
+
 WM_STYLE_FONT style_font(const WM_STYLE_SET* style)
 {
     WM_STYLE_FONT result;
@@ -65,10 +143,7 @@ INT_U8 style_text_flags(const WM_STYLE_SET* style)
 {
     if (!style)
         return 0;
-    INT_U8 flags = style->get_text_flags();
-    if (style->flags & ssf_reflect_text)
-        flags |= TEXT_REFLECT;
-    return flags;
+    return face_text_flags(face_flags_from_style(*style));
 }
 
 void apply_style(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style)
@@ -117,22 +192,11 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
     INT_S16 radius = corners ? IMAGE::default_corner_radius(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
                                    static_cast<INT_S16>(x2), static_cast<INT_S16>(y2))
                              : 0;
+    // A box too small for its corners is drawn square.
+    INT_U8 round = radius > 0 ? corners : 0;
     auto box = [&](const COLOUR& a, const COLOUR& b, INT_U8 shade, INT_S8 percent) {
-        if (corners && radius > 0)
-            target->draw_rounded_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), radius, corners, a, b, shade, percent);
-        else if (shade == SHADE_DARKEN)
-            target->darken_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), percent);
-        else if (shade == SHADE_HORIZONTAL)
-            target->gradient_box_horizontal(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1),
-                static_cast<INT_S16>(x2), static_cast<INT_S16>(y2), a, b, true);
-        else if (shade == SHADE_VERTICAL)
-            target->gradient_box_vertical(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), a, b, true);
-        else
-            target->fill_box(static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
-                static_cast<INT_S16>(y2), a, true);
+        paint_style_fill(target, static_cast<INT_S16>(x1), static_cast<INT_S16>(y1), static_cast<INT_S16>(x2),
+            static_cast<INT_S16>(y2), round, radius, shade, a, b, percent, true);
     };
 
     const COLOUR& background = style->bg_colour;
@@ -150,13 +214,10 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
         }
     }
 
-    if (!(style->flags & ssf_draw_border) || !object)
+    // Only an indent or outstanding border is drawn with the face.
+    if (!object || !(style->flags & ssf_draw_border) || !(style->flags & (ssf_indent_border | ssf_outstanding_border)))
         return;
-    INT_U16 sides = static_cast<INT_U16>(style->shading_flags & ~BORDER_INVERTED);
-    if (style->flags & ssf_indent_border)
-        sides |= BORDER_INVERTED;
-    else if (!(style->flags & ssf_outstanding_border))
-        return;
+    INT_U16 sides = style_border_sides(style);
     if (pressed)
         sides ^= BORDER_INVERTED;
     // With "ssf_use_text_colour_for_outline" the outline follows the text for this border only.
@@ -166,6 +227,21 @@ void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED
     // The border shades the face's own colour unless the object or the theme says otherwise.
     object->draw_shaded_box(x1, y1, x2, y2, sides, style->bg_colour, style->shading_type, -1);
     wm_toolkit.theme_outline_colour = outline;
+}
+
+void paint_style_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U8 corners, INT_S16 radius,
+    INT_U8 shade, const COLOUR& a, const COLOUR& b, INT_S8 percent, bool blend_fading)
+{
+    if (corners)
+        target->draw_rounded_box(x1, y1, x2, y2, radius, corners, a, b, shade, percent);
+    else if (shade == SHADE_DARKEN)
+        target->darken_box(x1, y1, x2, y2, percent);
+    else if (shade == SHADE_HORIZONTAL)
+        target->gradient_box_horizontal(x1, y1, x2, y2, a, b, blend_fading);
+    else if (shade == SHADE_VERTICAL)
+        target->gradient_box_vertical(x1, y1, x2, y2, a, b, blend_fading);
+    else
+        target->fill_box(x1, y1, x2, y2, a, true);
 }
 
 void paint_style_text(const WM_STYLE_SET* style, const char* text, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,

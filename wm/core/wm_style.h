@@ -11,11 +11,13 @@
 //   colour     a visible shading_base_colour shades the border instead of the theme
 //   images     the up and down faces fall back on the base image
 //   text       the seven text bits of flags, plus "ssf_reflect_text"
+//   face flags what a widget face keeps of a style's flags and ext_flags (FACE_FLAG)
 #pragma once
 
 #include "base/orlu_types.h"
 #include "graphics/colour.h"
 
+class IMAGE;
 class TILED_IMAGE;
 class WM_SCREEN_OBJECT;
 class WM_STYLE_SET;
@@ -32,6 +34,41 @@ struct WM_STYLE_GAPS {
     INT_S16 top { 0 };
     INT_S16 bottom { 0 };
 };
+
+// Bits of a face's drawing flags (`face_flags` of buttons and labels).
+enum FACE_FLAG : INT_U32 {
+    FACE_LEFT_JUSTIFY = 0x1,
+    FACE_RIGHT_JUSTIFY = 0x2,
+    FACE_TOP_ALIGN = 0x4,
+    FACE_BOTTOM_ALIGN = 0x8,
+    FACE_LEFT_ARROW = 0x10,
+    FACE_RIGHT_ARROW = 0x20,
+    FACE_UP_ARROW = 0x40,
+    FACE_DOWN_ARROW = 0x80,
+    FACE_DARKENED_BACKGROUND = 0x100,
+    FACE_FIXED_BORDER = 0x200, // indent or outstanding border: pressing does not turn it
+    FACE_HFADING = 0x400,
+    FACE_VFADING = 0x800,
+    FACE_INVERT_VFADING_ON_PRESS = 0x1000,
+    FACE_TEXT_COLOUR_OUTLINE = 0x2000,
+    FACE_SHADOW_TEXT = 0x4000,
+    FACE_INSET_TEXT = 0x8000,
+    FACE_CHISELED_TEXT = 0x10000,
+    FACE_ICON_LEFT = 0x20000,
+    FACE_ICON_RIGHT = 0x40000,
+    FACE_ICON_TOP = 0x80000,
+    FACE_ICON_BOTTOM = 0x100000,
+    FACE_ICON_ATTACH_TO_TEXT = 0x200000,
+    FACE_WRAP_TEXT = 0x400000,
+    FACE_DONT_RESIZE_IMAGE = 0x800000,
+    FACE_DONT_MASK_CLICK = 0x1000000,
+    FACE_REFLECT_TEXT = 0x2000000,
+};
+
+// The face flags that a style set's `flags` and `ext_flags` give.
+INT_U32 face_flags_from_style(const WM_STYLE_SET& style);
+// The TEXT_FLAG bits of font.h for the face flags: alignment and rendering.
+INT_U8 face_text_flags(INT_U32 face_flags);
 
 // The style's font with the draw target's defaults for what it leaves open. A null style gives
 // the defaults.
@@ -63,6 +100,13 @@ bool style_take_image(const WM_STYLE_SET* style, INT_S32 slot, TILED_IMAGE* into
 // and, with "ssef_invert_vfading_on_press", the vertical fading upside down.
 void paint_style_face(WM_SCREEN_OBJECT* object, const WM_STYLE_SET* style, TILED_IMAGE* face, INT_S32 x1, INT_S32 y1,
     INT_S32 x2, INT_S32 y2, bool pressed);
+
+// One fill of a face's background inside the inclusive rectangle: by `shade` (SHADE_DARKEN by
+// `percent`, SHADE_HORIZONTAL or SHADE_VERTICAL from `a` to `b`, else plain `a`), with the round
+// `corners` (CORNER bits of graphics/image.h) of `radius` (-1: the target's default) when it has
+// any. A fading is blended into what lies below with `blend_fading`, else written over it.
+void paint_style_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U8 corners, INT_S16 radius,
+    INT_U8 shade, const COLOUR& a, const COLOUR& b, INT_S8 percent, bool blend_fading);
 
 // Text inside the inclusive rectangle, placed by the style's alignment bits (centred without
 // them), wrapped with "ssf_wrap_text", in `colour` (invisible: fg_colour) with the style's

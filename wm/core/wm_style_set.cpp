@@ -21,6 +21,7 @@
 #include "graphics/font.h"
 #include "graphics/image_cache_store.h"
 #include "graphics/tiled_image.h"
+#include "wm/core/wm_style.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Tables
@@ -330,21 +331,18 @@ void WM_STYLE_SET::clear_images()
     images_loaded = 0;
 }
 
-// The folder text of `image_path` as a plain path for the cache. Paths come from files, so a
-// variable is only handed to FOLDER when it is one that FOLDER knows (an unknown one would end
-// the process) and a folder that cannot be reached gives no images rather than the wrong ones.
-static bool image_folder(const char* image_path, char* out)
+bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size)
 {
+    if (!out || size == 0)
+        return false;
+    const char* image_path = style.image_path;
     if (image_path[0] == '/') {
-        snprintf(out, ORLU_MAX_PATH, "%s", image_path);
+        snprintf(out, size, "%s", image_path);
         return true;
     }
     FOLDER folder;
-    if (image_path[0] == 0) {
-        snprintf(out, ORLU_MAX_PATH, "%s", folder.path());
-        return true;
-    }
     if (image_path[0] == '$') {
+        // An unknown variable would end the run inside FOLDER; a style file must not be able to.
         char variable[256];
         size_t length = strcspn(image_path, "/");
         if (length > 255)
@@ -354,9 +352,9 @@ static bool image_folder(const char* image_path, char* out)
         if (!is_known_variable(variable))
             return false;
     }
-    if (!folder.set(image_path))
+    if (image_path[0] && !folder.set(image_path))
         return false;
-    snprintf(out, ORLU_MAX_PATH, "%s", folder.path());
+    snprintf(out, size, "%s", folder.path());
     return true;
 }
 
@@ -368,7 +366,7 @@ void WM_STYLE_SET::load_images()
     if (strlen(image_filename) > MAX_IMAGE_NAME)
         return;
     char folder[ORLU_MAX_PATH];
-    if (!image_folder(image_path, folder))
+    if (!style_image_folder(*this, folder, sizeof folder))
         return;
 
     // One element is tried for name after name and kept only when it found its picture.
@@ -704,22 +702,8 @@ void WM_STYLE_SET::rescale(INT_S16 old_width, INT_S16 old_height, INT_S16 new_wi
 
 INT_U8 WM_STYLE_SET::get_text_flags() const
 {
-    INT_U8 result = 0;
-    if (flags & ssf_left_justify_text)
-        result |= TEXT_LEFT;
-    if (flags & ssf_right_justify_text)
-        result |= TEXT_RIGHT;
-    if (flags & ssf_top_align_text)
-        result |= TEXT_TOP;
-    if (flags & ssf_bottom_align_text)
-        result |= TEXT_BOTTOM;
-    if (flags & ssf_shadow_text)
-        result |= TEXT_SHADOW;
-    if (flags & ssf_inset_text)
-        result |= TEXT_INSET;
-    if (flags & ssf_chiseled_text)
-        result |= TEXT_CHISELED;
-    return result;
+    // The face flags carry the same bits; the reflection is not one of the seven.
+    return static_cast<INT_U8>(face_text_flags(face_flags_from_style(*this)) & ~TEXT_REFLECT);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -13,6 +13,8 @@
 // [SECTION] WM_STYLE_SET
 #pragma once
 
+#include <cstddef>
+
 #include "graphics/colour.h"
 #include "base/data_device.h"
 #include "base/orlu_types.h"
@@ -20,6 +22,7 @@
 class CONFIG_FILE;
 class FOLDER;
 class TILED_IMAGE;
+class WM_STYLE_SET;
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Flag bits
@@ -139,6 +142,10 @@ enum STYLE_IMAGE : INT_S32 {
 // The printf pattern of a slot's file name ("%s", "%s_up", ...); null outside 0..31. The
 // alternate slot answers "%s_alternate"; "%s_alt" is tried after it when that is absent.
 const char* style_image_suffix(INT_S32 slot);
+// The folder of a style set's images (`image_path`) as a full path for the image cache, "$HERE"
+// and the other variables resolved. Paths come from files, so a variable is only resolved when it
+// is a known one, and a folder that cannot be reached gives false rather than the wrong pictures.
+bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size);
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Settings of the run

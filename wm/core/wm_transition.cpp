@@ -11,6 +11,7 @@
 #include "graphics/colour.h"
 #include "graphics/image.h"
 #include "wm/core/wm_action.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_page_manager.h"
 
@@ -259,33 +260,17 @@ bool snapshot_of(IMAGE* target, const EFFECT_AREA& area, IMAGE* picture)
     return true;
 }
 
+// The draw target's clip narrowed to the effect's area for one frame, and put back after.
 class EFFECT_CLIP {
 public:
-    EFFECT_CLIP(IMAGE* target, const EFFECT_AREA& area) : m_target(target)
+    EFFECT_CLIP(IMAGE* target, const EFFECT_AREA& area) : m_kept(target)
     {
-        m_left = target->clip_left;
-        m_right = target->clip_right;
-        m_top = target->clip_top;
-        m_bottom = target->clip_bottom;
-        m_valid = target->clip_valid;
         target->set_clip(static_cast<INT_S16>(area.x), static_cast<INT_S16>(area.y),
             static_cast<INT_S16>(area.x + area.width - 1), static_cast<INT_S16>(area.y + area.height - 1));
     }
-    ~EFFECT_CLIP()
-    {
-        m_target->clip_left = m_left;
-        m_target->clip_right = m_right;
-        m_target->clip_top = m_top;
-        m_target->clip_bottom = m_bottom;
-        m_target->clip_valid = m_valid;
-    }
-    EFFECT_CLIP(const EFFECT_CLIP&) = delete;
-    EFFECT_CLIP& operator=(const EFFECT_CLIP&) = delete;
 
 private:
-    IMAGE* m_target;
-    INT_S16 m_left, m_right, m_top, m_bottom;
-    INT_U8 m_valid;
+    WM_CLIP_KEEPER m_kept;
 };
 
 } // namespace
@@ -310,40 +295,35 @@ void WM_PAGE_MANAGER::change_page(INT_S32 code, INT_S32 area)
     bool luminance = !fast_greyscale;
     IMAGE old_picture, new_picture;
 
-    // One timed loop: draw(elapsed) until the time is up, presenting each frame.
-    auto run_fade = [&](const IMAGE& picture, INT_U32 time, bool in) {
+    // One timed loop: frame(now, start) drawn inside the effect's area and presented, until the
+    // time is up; the last frame is the one at the full time (a fade at 255, a slide home).
+    auto run_frames = [&](INT_U32 time, auto&& frame) {
         INT_U32 start = wm_now();
         for (;;) {
             INT_U32 now = wm_now();
             if (start > now)
                 start = now;
-            INT_U32 progress = fade_progress(now, start, time);
             {
                 EFFECT_CLIP clip(target, region);
-                draw_fade_frame(target, picture, region.x, region.y, in ? progress : 255 - progress);
+                frame(now, start);
             }
             wm_present();
             ++transition_frames;
-            if (progress >= 255)
+            if (now - start >= time)
                 break;
         }
     };
+    auto run_fade = [&](const IMAGE& picture, INT_U32 time, bool in) {
+        run_frames(time, [&](INT_U32 now, INT_U32 start) {
+            INT_U32 progress = fade_progress(now, start, time);
+            draw_fade_frame(target, picture, region.x, region.y, in ? progress : 255 - progress);
+        });
+    };
     auto run_grey = [&](const IMAGE& picture, INT_U32 time, bool to_grey) {
-        INT_U32 start = wm_now();
-        for (;;) {
-            INT_U32 now = wm_now();
-            if (start > now)
-                start = now;
+        run_frames(time, [&](INT_U32 now, INT_U32 start) {
             INT_U32 elapsed = capped_elapsed(now, start, time);
-            {
-                EFFECT_CLIP clip(target, region);
-                draw_grey_frame(target, picture, region.x, region.y, elapsed, time, to_grey, luminance);
-            }
-            wm_present();
-            ++transition_frames;
-            if (elapsed >= time)
-                break;
-        }
+            draw_grey_frame(target, picture, region.x, region.y, elapsed, time, to_grey, luminance);
+        });
     };
 
     switch (code) {
@@ -351,21 +331,10 @@ void WM_PAGE_MANAGER::change_page(INT_S32 code, INT_S32 area)
         snapshot_of(target, region, &old_picture);
         process_all(area);
         snapshot_of(target, region, &new_picture);
-        INT_U32 start = wm_now();
-        for (;;) {
-            INT_U32 now = wm_now();
-            if (start > now)
-                start = now;
+        run_frames(transition_time, [&](INT_U32 now, INT_U32 start) {
             INT_U32 progress = fade_progress(now, start, transition_time);
-            {
-                EFFECT_CLIP clip(target, region);
-                draw_crossfade_frame(target, old_picture, new_picture, region.x, region.y, progress);
-            }
-            wm_present();
-            ++transition_frames;
-            if (progress >= 255)
-                break;
-        }
+            draw_crossfade_frame(target, old_picture, new_picture, region.x, region.y, progress);
+        });
         break;
     }
     case WM_ACTION_PAGE_FADE_IN:
@@ -422,22 +391,11 @@ void WM_PAGE_MANAGER::change_page(INT_S32 code, INT_S32 area)
         snapshot_of(target, region, &old_picture);
         process_all(area);
         snapshot_of(target, region, &new_picture);
-        INT_U32 start = wm_now();
-        for (;;) {
-            INT_U32 now = wm_now();
-            if (start > now)
-                start = now;
+        run_frames(transition_time, [&](INT_U32 now, INT_U32 start) {
             INT_U32 elapsed = capped_elapsed(now, start, transition_time);
-            {
-                EFFECT_CLIP clip(target, region);
-                draw_slide_frame(target, old_picture, new_picture, region.x, region.y, direction, mode,
-                    slide_offset(elapsed, transition_time, direction, region.width, region.height));
-            }
-            wm_present();
-            ++transition_frames;
-            if (now - start >= transition_time)
-                break;
-        }
+            draw_slide_frame(target, old_picture, new_picture, region.x, region.y, direction, mode,
+                slide_offset(elapsed, transition_time, direction, region.width, region.height));
+        });
         break;
     }
     }

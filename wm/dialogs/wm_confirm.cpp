@@ -5,6 +5,7 @@
 #include "base/error_report.h"
 #include "graphics/font.h"
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_manager.h"
 #include "wm/widgets/wm_button.h"
@@ -17,14 +18,6 @@ constexpr INT_U32 ESCAPE_KEY = 65307;
 // Room around the message and between the buttons of the row.
 constexpr INT_S32 CONFIRM_SPACING = 10;
 
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
-}
-
 INT_S32 gap_or(INT_S16 gap, INT_S32 fallback)
 {
     return gap < 0 ? fallback : gap;
@@ -32,17 +25,17 @@ INT_S32 gap_or(INT_S16 gap, INT_S32 fallback)
 
 INT_S32 font_height(const WM_STYLE_SET& style)
 {
-    return style.font_y_sz == -1 ? measuring_target()->default_font_height : style.font_y_sz;
+    return style.font_y_sz == -1 ? wm_measuring_target()->default_font_height : style.font_y_sz;
 }
 
 INT_S32 font_width(const WM_STYLE_SET& style)
 {
-    return style.font_x_sz == -1 ? measuring_target()->default_font_width : style.font_x_sz;
+    return style.font_x_sz == -1 ? wm_measuring_target()->default_font_width : style.font_x_sz;
 }
 
 INT_S16 font_of(const WM_STYLE_SET& style)
 {
-    return style.font_id == DEFAULT_FONT ? measuring_target()->default_font : style.font_id;
+    return style.font_id == DEFAULT_FONT ? wm_measuring_target()->default_font : style.font_id;
 }
 
 // The message's height in a box `box_width` wide, wrapped as the label will wrap it.
@@ -110,12 +103,12 @@ CONFIRM_MEASURE measure(const char* title, const char* message, const CONFIRM_BU
         + gap_or(frame.cell_left_gap, 0) + gap_or(frame.cell_right_gap, 0);
     INT_S32 row_w = used * widest + (used + 1) * CONFIRM_SPACING;
     INT_S32 text_w = 0;
-    measure_face_text(measuring_target(), message, text_style.font_id, text_style.font_x_sz, text_style.font_y_sz,
+    measure_face_text(wm_measuring_target(), message, text_style.font_id, text_style.font_x_sz, text_style.font_y_sz,
         &text_w, nullptr);
     INT_S32 text_margin = gap_or(text_style.cell_left_gap, 2) + gap_or(text_style.cell_right_gap, 2) + 1;
     INT_S32 title_w = 0;
     if (title)
-        measure_face_text(measuring_target(), title, title_style.font_id, title_style.font_x_sz,
+        measure_face_text(wm_measuring_target(), title, title_style.font_id, title_style.font_x_sz,
             title_style.font_y_sz, &title_w, nullptr);
     title_w += gap_or(title_style.cell_left_gap, 2) + gap_or(title_style.cell_right_gap, 2) + 1;
 

@@ -15,6 +15,7 @@
 #include "base/error_report.h"
 #include "graphics/tiled_image.h"
 #include "wm/core/wm_action.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_manager.h"
 #include "wm/core/wm_page_manager.h"
@@ -34,42 +35,6 @@ DIALOG_RECTANGLE dialog_rectangle;
 WM_DIALOG* WM_DIALOG::current = nullptr;
 
 namespace {
-
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
-
-// The clip of an image as it stands, put back exactly on leaving the scope.
-struct CLIP_KEEPER {
-    explicit CLIP_KEEPER(IMAGE* image)
-        : target(image)
-        , left(image->clip_left)
-        , right(image->clip_right)
-        , top(image->clip_top)
-        , bottom(image->clip_bottom)
-        , valid(image->clip_valid)
-    {
-    }
-    ~CLIP_KEEPER()
-    {
-        target->clip_left = left;
-        target->clip_right = right;
-        target->clip_top = top;
-        target->clip_bottom = bottom;
-        target->clip_valid = valid;
-    }
-    CLIP_KEEPER(const CLIP_KEEPER&) = delete;
-    CLIP_KEEPER& operator=(const CLIP_KEEPER&) = delete;
-
-    IMAGE* target;
-    INT_S16 left, right, top, bottom;
-    INT_U8 valid;
-};
 
 bool contains_object(WM_SCREEN_OBJECT* root, const WM_SCREEN_OBJECT* wanted)
 {
@@ -111,7 +76,7 @@ WM_STYLE_SET* dialog_default_style(INT_S32 which)
     static const INT_S32 styles[] = { WIDGET_STYLE_DIALOG, WIDGET_STYLE_TITLE, WIDGET_STYLE_BUTTON };
     if (which < 0 || which > 2)
         return nullptr;
-    return widget_default_style(styles[which]);
+    return widget_look(styles[which]);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -179,8 +144,8 @@ void WM_DIALOG::construct(INT_S32 x_, INT_S32 y_, INT_S32 width_, INT_S32 height
         if (y_ == -1)
             y_ = cy;
     }
-    x = s16(x_);
-    y = s16(y_);
+    x = clamp_s16(x_);
+    y = clamp_s16(y_);
     start_x = rest_x = x;
     start_y = rest_y = y;
 
@@ -211,7 +176,7 @@ WM_DIALOG::~WM_DIALOG()
 // default to nothing, so that the contents run to the frame.
 void WM_DIALOG::resolve_gaps()
 {
-    INT_S16 thickness = s16(shading_thickness(style.shading_type));
+    INT_S16 thickness = clamp_s16(shading_thickness(style.shading_type));
     INT_S16* borders[] = { &style.border_left_gap, &style.border_right_gap, &style.border_top_gap,
         &style.border_bottom_gap, &style.cell_bottom_gap };
     for (INT_S16* gap : borders) {
@@ -357,11 +322,11 @@ void WM_DIALOG::set_position(INT_S32 new_x, INT_S32 new_y)
     }
     INT_S32 dx = new_x - get_x();
     INT_S32 dy = new_y - get_y();
-    rest_x = s16(rest_x + dx);
-    rest_y = s16(rest_y + dy);
+    rest_x = clamp_s16(rest_x + dx);
+    rest_y = clamp_s16(rest_y + dy);
     if (!(effect.flags & (DIALOG_DISPLAY_EDGES | DIALOG_AREA_EDGES))) {
-        start_x = s16(start_x + dx);
-        start_y = s16(start_y + dy);
+        start_x = clamp_s16(start_x + dx);
+        start_y = clamp_s16(start_y + dy);
         WM_SCREEN_OBJECT::set_position(x + dx, y + dy);
     }
 }
@@ -378,9 +343,11 @@ void WM_DIALOG::set_size(INT_S32 new_width, INT_S32 new_height, bool with_childr
         DIALOG_SLIDE_FRAME frame;
         slide_frame(&frame);
         if (opening)
-            dialog_slide_point(effect.flags, rest_x, rest_y, s16(width), s16(height), frame, &start_x, &start_y);
+            dialog_slide_point(
+                effect.flags, rest_x, rest_y, clamp_s16(width), clamp_s16(height), frame, &start_x, &start_y);
         else
-            dialog_slide_point(effect.flags, start_x, start_y, s16(width), s16(height), frame, &rest_x, &rest_y);
+            dialog_slide_point(
+                effect.flags, start_x, start_y, clamp_s16(width), clamp_s16(height), frame, &rest_x, &rest_y);
     }
 }
 
@@ -404,14 +371,14 @@ void WM_DIALOG::set_target_alpha(INT_U8 value)
 void WM_DIALOG::slide_frame(DIALOG_SLIDE_FRAME* frame)
 {
     INT_S32 display = wm_display_at(rest_x, rest_y);
-    frame->display_width = s16(wm_display_width(display));
-    frame->display_height = s16(wm_display_height(display));
+    frame->display_width = clamp_s16(wm_display_width(display));
+    frame->display_height = clamp_s16(wm_display_height(display));
     if (WM_PAGE_MANAGER* manager = wm_toolkit.page_manager) {
         if (WM_SCREEN_OBJECT* area = manager->current_area_object) {
-            frame->area_x = s16(area->get_x());
-            frame->area_y = s16(area->get_y());
-            frame->area_width = s16(area->get_width());
-            frame->area_height = s16(area->get_height());
+            frame->area_x = clamp_s16(area->get_x());
+            frame->area_y = clamp_s16(area->get_y());
+            frame->area_width = clamp_s16(area->get_width());
+            frame->area_height = clamp_s16(area->get_height());
         }
     }
 }
@@ -425,7 +392,8 @@ void WM_DIALOG::begin_slide(bool open)
         effect_started = 0;
         opening = 1;
         effect_time = effect.open_delay;
-        dialog_slide_point(effect.flags, rest_x, rest_y, s16(width), s16(height), frame, &start_x, &start_y);
+        dialog_slide_point(
+            effect.flags, rest_x, rest_y, clamp_s16(width), clamp_s16(height), frame, &start_x, &start_y);
     } else {
         if (!(effect.flags & DIALOG_SLIDE_OUT))
             return;
@@ -434,7 +402,8 @@ void WM_DIALOG::begin_slide(bool open)
         effect_time = effect.open_delay;
         start_x = x;
         start_y = y;
-        dialog_slide_point(effect.flags, start_x, start_y, s16(width), s16(height), frame, &rest_x, &rest_y);
+        dialog_slide_point(
+            effect.flags, start_x, start_y, clamp_s16(width), clamp_s16(height), frame, &rest_x, &rest_y);
         opening = 0;
         // A slide out without a fade keeps the dialog whole until it has gone.
         if (alpha == 0 && target_alpha == 0)
@@ -553,7 +522,7 @@ void WM_DIALOG::xor_outline()
     IMAGE* target = wm_toolkit.draw_target;
     if (!target)
         return;
-    target->draw_xor_box(drag_x, drag_y, s16(drag_x + width - 1), s16(drag_y + height - 1), COLOUR_WHITE);
+    target->draw_xor_box(drag_x, drag_y, clamp_s16(drag_x + width - 1), clamp_s16(drag_y + height - 1), COLOUR_WHITE);
 }
 
 INT_S32 WM_DIALOG::update()
@@ -585,8 +554,8 @@ INT_S32 WM_DIALOG::update()
     // 5. A drag begins on the title or a free part of the frame.
     if (pressed_now && draggable && !is_dragged() && at_rest() && can_drag_at(px, py)) {
         indent_when_active = 1;
-        drag_offset_x = s16(x - px);
-        drag_offset_y = s16(y - py);
+        drag_offset_x = clamp_s16(x - px);
+        drag_offset_y = clamp_s16(y - py);
         drag_x = x;
         drag_y = y;
         set_target_alpha(static_cast<INT_U8>(effect.dragging_alpha));
@@ -599,8 +568,8 @@ INT_S32 WM_DIALOG::update()
             set_position(px + drag_offset_x, py + drag_offset_y);
         } else {
             xor_outline();
-            drag_x = s16(px + drag_offset_x);
-            drag_y = s16(py + drag_offset_y);
+            drag_x = clamp_s16(px + drag_offset_x);
+            drag_y = clamp_s16(py + drag_offset_y);
             xor_outline();
         }
         left_was_down = left;
@@ -664,13 +633,13 @@ void WM_DIALOG::draw_behind(IMAGE* target)
     if (!visible || !(dialog_darken_behind || dialog_grey_behind) || (type_flags & WM_TYPE_FLOATING_MENU)
         || !is_overlay(this))
         return;
-    CLIP_KEEPER keep(target);
+    WM_CLIP_KEEPER keep(target);
     if (!drawn)
-        target->set_clip(0, 0, s16(target->width - 1), s16(target->height - 1));
+        target->set_clip(0, 0, clamp_s16(target->width - 1), clamp_s16(target->height - 1));
     if (dialog_grey_behind)
         target->greyscale();
     if (dialog_darken_behind)
-        target->darken_box(0, 0, s16(target->width - 1), s16(target->height - 1), 50);
+        target->darken_box(0, 0, clamp_s16(target->width - 1), clamp_s16(target->height - 1), 50);
 }
 
 void WM_DIALOG::draw()
@@ -684,18 +653,18 @@ void WM_DIALOG::draw()
     draw_behind(target);
 
     // 2. The clip of the effect.
-    CLIP_KEEPER keep(target);
+    WM_CLIP_KEEPER keep(target);
     const WM_DIRTY_RECT& rect = wm_toolkit.dirty_rects.rects[index];
     target->intersect_clip(rect.x1, rect.y1, rect.x2, rect.y2);
     WM_PAGE_MANAGER* manager = wm_toolkit.page_manager;
     WM_SCREEN_OBJECT* area = manager ? manager->current_area_object : nullptr;
     if ((effect.flags & DIALOG_AREA_EDGES) && area)
-        target->intersect_clip(s16(area->get_x()), s16(area->get_y()),
-            s16(area->get_x() + area->get_width() - 1), s16(area->get_y() + area->get_height() - 1));
+        target->intersect_clip(clamp_s16(area->get_x()), clamp_s16(area->get_y()),
+            clamp_s16(area->get_x() + area->get_width() - 1), clamp_s16(area->get_y() + area->get_height() - 1));
     else if (!at_rest() && !(effect.flags & DIALOG_DISPLAY_EDGES))
-        target->intersect_clip(rest_x, rest_y, s16(rest_x + width - 1), s16(rest_y + height - 1));
+        target->intersect_clip(rest_x, rest_y, clamp_s16(rest_x + width - 1), clamp_s16(rest_y + height - 1));
     else
-        target->intersect_clip(x, y, s16(x + width - 1), s16(y + height - 1));
+        target->intersect_clip(x, y, clamp_s16(x + width - 1), clamp_s16(y + height - 1));
 
     // 3. The first paint opens the dialog.
     if (!opened && touches_dirty_rect()) {
@@ -726,8 +695,8 @@ void WM_DIALOG::draw()
         gy1 = target->clip_top > y ? target->clip_top : y;
         INT_S32 gx2 = target->clip_right < x + width - 1 ? target->clip_right : x + width - 1;
         INT_S32 gy2 = target->clip_bottom < y + height - 1 ? target->clip_bottom : y + height - 1;
-        gw = s16(gx2 - gx1 + 1);
-        gh = s16(gy2 - gy1 + 1);
+        gw = clamp_s16(gx2 - gx1 + 1);
+        gh = clamp_s16(gy2 - gy1 + 1);
         if (gw < 1 || gh < 1) {
             drawn = 1;
             draw_pending = 0;
@@ -735,7 +704,7 @@ void WM_DIALOG::draw()
         }
         if (scratch.width < gw || scratch.height < gh)
             scratch.set_size(gw > scratch.width ? gw : scratch.width, gh > scratch.height ? gh : scratch.height);
-        scratch.set_clip(0, 0, s16(gw - 1), s16(gh - 1));
+        scratch.set_clip(0, 0, clamp_s16(gw - 1), clamp_s16(gh - 1));
         IMAGE::blit(&scratch, target, gx1, gy1, 0, 0, gw, gh, BLIT_COPY);
     }
 
@@ -747,7 +716,7 @@ void WM_DIALOG::draw()
         if (work_image.width < gw || work_image.height < gh)
             work_image.set_size(gw > work_image.width ? gw : work_image.width,
                 gh > work_image.height ? gh : work_image.height);
-        work_image.set_clip(0, 0, s16(gw - 1), s16(gh - 1));
+        work_image.set_clip(0, 0, clamp_s16(gw - 1), clamp_s16(gh - 1));
         IMAGE::blit(&work_image, target, gx1, gy1, 0, 0, gw, gh, BLIT_COPY);
         IMAGE::blit(target, &scratch, 0, 0, gx1, gy1, gw, gh, BLIT_COPY);
         work_image.set_alpha(alpha, false, false);
@@ -756,7 +725,7 @@ void WM_DIALOG::draw()
         target->dirty_right = dirty_right;
         target->dirty_top = dirty_top;
         target->dirty_bottom = dirty_bottom;
-        target->mark_dirty(gx1, gy1, s16(gx1 + gw - 1), s16(gy1 + gh - 1));
+        target->mark_dirty(gx1, gy1, clamp_s16(gx1 + gw - 1), clamp_s16(gy1 + gh - 1));
     }
 }
 
@@ -766,8 +735,8 @@ void WM_DIALOG::paint()
     if (!target || alpha == 0)
         return;
     lay_out();
-    INT_S16 x2 = s16(x + width - 1);
-    INT_S16 y2 = s16(y + height - 1);
+    INT_S16 x2 = clamp_s16(x + width - 1);
+    INT_S16 y2 = clamp_s16(y + height - 1);
     if (background_image) {
         background_image->draw(x, y, x2, y2, true, target, BLIT_ALPHA, false);
     } else {

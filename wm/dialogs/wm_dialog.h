@@ -54,7 +54,8 @@ extern DIALOG_RECTANGLE dialog_rectangle;
 
 // The three style sets that dialogs take when they are given none: frame, title and buttons.
 enum DIALOG_STYLE : INT_S32 { DIALOG_STYLE_FRAME = 0, DIALOG_STYLE_TITLE = 1, DIALOG_STYLE_BUTTON = 2 };
-// The built-in defaults are made on first use; the application info overwrites them.
+// The application's toolkit styles once it has supplied them, else the built-in looks
+// (widget_look).
 WM_STYLE_SET* dialog_default_style(INT_S32 which);
 
 class WM_DIALOG : public WM_SCREEN_OBJECT {

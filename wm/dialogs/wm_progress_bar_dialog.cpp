@@ -5,6 +5,7 @@
 #include "base/error_report.h"
 #include "base/parameter.h"
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_manager.h"
 #include "wm/widgets/wm_animation.h"
@@ -16,17 +17,9 @@ namespace {
 
 constexpr INT_S32 SPACING = 10;
 
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
-}
-
 INT_S32 bar_height(const WM_STYLE_SET* bar_style)
 {
-    INT_S32 font = measuring_target()->default_font_height;
+    INT_S32 font = wm_measuring_target()->default_font_height;
     INT_S32 gaps = 8;
     if (bar_style) {
         if (bar_style->font_y_sz > 0)
@@ -43,7 +36,7 @@ INT_S16 fit_height(INT_S16 asked, const char* status, const WM_STYLE_SET* bar_st
         return asked;
     INT_S32 rows = bar_height(bar_style) * (two_bars ? 2 : 1) + (two_bars ? SPACING : 0);
     if (status)
-        rows += measuring_target()->default_font_height + SPACING;
+        rows += wm_measuring_target()->default_font_height + SPACING;
     // Frame, title and the space around the rows.
     return static_cast<INT_S16>(rows + 3 * SPACING + 40);
 }
@@ -70,7 +63,7 @@ WM_PROGRESS_BAR_DIALOG::WM_PROGRESS_BAR_DIALOG(const char* title_, const char* s
 
     if (status) {
         // The status line stands at a third of the free height, the bars below it.
-        INT_S32 line_h = measuring_target()->default_font_height + 4;
+        INT_S32 line_h = wm_measuring_target()->default_font_height + 4;
         if (text_style && text_style->font_y_sz > 0)
             line_h = text_style->font_y_sz + 4;
         INT_S32 status_y = free_h / 3 - line_h / 2;

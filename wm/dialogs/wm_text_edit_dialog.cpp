@@ -5,6 +5,7 @@
 #include "base/error_report.h"
 #include "graphics/image.h"
 #include "wm/core/wm_action.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_manager.h"
 #include "wm/widgets/wm_button.h"
 #include "wm/widgets/wm_script.h"
@@ -16,19 +17,11 @@ constexpr INT_U32 ESCAPE_KEY = 65307;
 constexpr INT_S32 SPACING = 10;
 constexpr INT_S16 DEFAULT_WIDTH = 400;
 
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
-}
-
 INT_S32 line_height(const WM_STYLE_SET* style)
 {
     if (style && style->font_y_sz > 0)
         return style->font_y_sz;
-    return measuring_target()->default_font_height;
+    return wm_measuring_target()->default_font_height;
 }
 
 INT_S32 button_height(const WM_STYLE_SET* style)

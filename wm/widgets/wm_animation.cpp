@@ -1,18 +1,10 @@
 #include "wm/widgets/wm_animation.h"
 
 #include "base/error_report.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 
 namespace {
-
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
 
 } // namespace
 
@@ -34,7 +26,7 @@ WM_ANIMATION::WM_ANIMATION(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 heigh
     IMAGE::blit(&strip, source, 0, 0, 0, 0, source->width, source->height, BLIT_COPY);
     frame_count = frame_count_;
     frame_width = strip.width;
-    frame_height = s16(strip.height / frame_count);
+    frame_height = clamp_s16(strip.height / frame_count);
     frame_delay = frame_delay_;
     last_step = wm_now();
     notify_created();
@@ -75,21 +67,7 @@ INT_S32 WM_ANIMATION::update()
     INT_S32 code = WM_SCREEN_OBJECT::update();
     if (code || !visible)
         return code;
-    INT_S32 px = wm_pointer_x();
-    INT_S32 py = wm_pointer_y();
-    bool left = (wm_button_mask() & BUTTON_PRIMARY) != 0;
-    if (left != (left_was_down != 0) && is_over_self(px, py) && left_callback) {
-        bool fire = (left && click_trigger != 1) || (!left && click_trigger != 0);
-        if (fire) {
-            click_x = s16(px - x);
-            click_y = s16(py - y);
-            code = left_callback(this, left_data1, left_data2);
-            click_x = -1;
-            click_y = -1;
-        }
-    }
-    left_was_down = left;
-    return code;
+    return left_click_step(left_was_down, click_trigger, click_x, click_y);
 }
 
 void WM_ANIMATION::paint()
@@ -97,9 +75,10 @@ void WM_ANIMATION::paint()
     IMAGE* target = wm_toolkit.draw_target;
     if (!target || frame_height < 1)
         return;
-    draw_x = s16(x + (static_cast<INT_S32>(width) - frame_width) / 2);
-    draw_y = s16(y + (static_cast<INT_S32>(height) - frame_height) / 2);
-    strip.draw_part(draw_x, draw_y, 0, s16((frame - 1) * frame_height), frame_width, frame_height, target, BLIT_ALPHA);
+    draw_x = clamp_s16(x + (static_cast<INT_S32>(width) - frame_width) / 2);
+    draw_y = clamp_s16(y + (static_cast<INT_S32>(height) - frame_height) / 2);
+    strip.draw_part(
+        draw_x, draw_y, 0, clamp_s16((frame - 1) * frame_height), frame_width, frame_height, target, BLIT_ALPHA);
     if (shading_sides)
         draw_shaded_box(draw_x, draw_y, draw_x + frame_width - 1, draw_y + frame_height - 1, shading_sides,
             COLOUR_INVISIBLE, shading_type, -1);

@@ -18,8 +18,8 @@
 #include "base/error_report.h"
 #include "graphics/image.h"
 #include "graphics/tiled_image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
-#include "wm/core/wm_look.h"
 #include "wm/core/wm_page_manager.h"
 #include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
@@ -30,15 +30,6 @@
 bool WM_BUTTON::track_anywhere_default = false;
 
 namespace {
-
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
 
 bool visible_colour(const COLOUR& colour)
 {
@@ -55,14 +46,6 @@ char* copy_text(const char* text)
         fatal_error(0x61, nullptr);
     memcpy(copy, text, length + 1);
     return copy;
-}
-
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
 }
 
 } // namespace
@@ -114,7 +97,7 @@ WM_BUTTON::WM_BUTTON(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const WM_ST
     : WM_SCREEN_OBJECT(true, left_callback_, left_data1_, left_data2_)
 {
     init_fields();
-    const WM_STYLE_SET& style = style_ ? *style_ : *widget_default_style(WIDGET_STYLE_BUTTON);
+    const WM_STYLE_SET& style = style_ ? *style_ : *widget_look(WIDGET_STYLE_BUTTON);
     title = copy_text(title_);
     trigger = trigger_;
     shading_type = static_cast<INT_U8>(style.shading_type);
@@ -179,19 +162,7 @@ WM_BUTTON::~WM_BUTTON()
 
 void WM_BUTTON::resolve_gaps()
 {
-    INT_S16 thickness = s16(shading_thickness(shading_type));
-    if (left_gap == -1)
-        left_gap = thickness;
-    if (right_gap == -1)
-        right_gap = thickness;
-    if (top_gap == -1)
-        top_gap = thickness;
-    if (bottom_gap == -1)
-        bottom_gap = thickness;
-    if (x_spacing == -1)
-        x_spacing = left_gap;
-    if (y_spacing == -1)
-        y_spacing = top_gap;
+    resolve_face_gaps(shading_thickness(shading_type), left_gap, right_gap, top_gap, bottom_gap, x_spacing, y_spacing);
 }
 
 // A side that is not positive takes what the title needs; a button that ends up with no size at
@@ -205,7 +176,7 @@ void WM_BUTTON::size_to_title(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2)
     if (w < 1 || h < 1) {
         INT_S32 text_w = 0;
         INT_S32 text_h = 0;
-        measure_face_text(measuring_target(), get_title(), font_id, font_x_sz, font_y_sz, &text_w, &text_h);
+        measure_face_text(wm_measuring_target(), get_title(), font_id, font_x_sz, font_y_sz, &text_w, &text_h);
         if (w < 1)
             w = text_w + left_gap + right_gap + 1;
         if (h < 1)
@@ -219,11 +190,11 @@ void WM_BUTTON::size_to_title(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2)
 
 INT_S16 WM_BUTTON::width_for(const char* title_, const WM_STYLE_SET* style)
 {
-    const WM_STYLE_SET& set = style ? *style : *widget_default_style(WIDGET_STYLE_BUTTON);
+    const WM_STYLE_SET& set = style ? *style : *widget_look(WIDGET_STYLE_BUTTON);
     INT_S32 text_w = 0;
-    measure_face_text(measuring_target(), title_, set.font_id, set.font_x_sz, set.font_y_sz, &text_w, nullptr);
+    measure_face_text(wm_measuring_target(), title_, set.font_id, set.font_x_sz, set.font_y_sz, &text_w, nullptr);
     INT_S32 gaps = (set.cell_left_gap < 0 ? 0 : set.cell_left_gap) + (set.cell_right_gap < 0 ? 0 : set.cell_right_gap);
-    return s16(text_w + gaps + 1);
+    return clamp_s16(text_w + gaps + 1);
 }
 
 void WM_BUTTON::free_faces()
@@ -297,7 +268,7 @@ void WM_BUTTON::set_title(const char* text, bool resize)
     if (!resize)
         return;
     INT_S32 text_w = 0;
-    measure_face_text(measuring_target(), title, font_id, font_x_sz, font_y_sz, &text_w, nullptr);
+    measure_face_text(wm_measuring_target(), title, font_id, font_x_sz, font_y_sz, &text_w, nullptr);
     set_size(left_gap + right_gap + text_w + 1, height, false);
 }
 
@@ -308,9 +279,7 @@ void WM_BUTTON::set_hint(const char* text)
     hint = nullptr;
     if (!text || !text[0])
         return;
-    // The application's hint style when it supplied one, else the built-in look.
-    const WM_STYLE_SET* look = toolkit_hints_present() ? toolkit_style(TOOLKIT_STYLE_BUTTON_HINT)
-                                                       : widget_default_style(WIDGET_STYLE_HINT);
+    const WM_STYLE_SET* look = widget_look(WIDGET_STYLE_HINT);
     hint = new (std::nothrow) WM_SCRIPT(0, 0, SCRIPT_MEASURE_LINES_WIDTH, SCRIPT_MEASURE_LINES_HEIGHT, text, look);
     if (!hint)
         return;
@@ -627,15 +596,9 @@ INT_S32 WM_BUTTON::animate(bool overlays)
 
 bool WM_BUTTON::is_over(INT_S32 px, INT_S32 py)
 {
-    if (!visible)
-        return false;
-    if (is_over_child(px, py))
-        return true;
-    if (!is_over_self(px, py))
-        return false;
-    if (!face_up || !face_down || (face_flags & FACE_DONT_MASK_CLICK))
-        return true;
-    return face_up->solid_at(s16(px - x), s16(py - y), s16(width), s16(height));
+    // Only a button with both its faces as pictures is clicked on the picture's shape.
+    bool masked = face_up && face_down && !(face_flags & FACE_DONT_MASK_CLICK);
+    return is_over_masked(px, py, masked ? face_up : nullptr);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -655,8 +618,8 @@ INT_S32 WM_BUTTON::drag_step(bool over, bool left, bool right, INT_S16 px, INT_S
         dragged = 0;
         drag_x = px;
         drag_y = py;
-        drag_offset_x = s16(x - px);
-        drag_offset_y = s16(y - py);
+        drag_offset_x = clamp_s16(x - px);
+        drag_offset_y = clamp_s16(y - py);
         redraw();
         return 0;
     }
@@ -856,8 +819,8 @@ void WM_BUTTON::paint()
     IMAGE* target = wm_toolkit.draw_target;
     if (!target || width < 1 || height < 1)
         return;
-    INT_S16 x2 = s16(x + width - 1);
-    INT_S16 y2 = s16(y + height - 1);
+    INT_S16 x2 = clamp_s16(x + width - 1);
+    INT_S16 y2 = clamp_s16(y + height - 1);
 
     // 1. Which way the border goes.
     if (!(face_flags & FACE_FIXED_BORDER)) {
@@ -868,9 +831,7 @@ void WM_BUTTON::paint()
     }
 
     // Nothing of the face leaves the button's rectangle.
-    INT_S16 saved_left = target->clip_left, saved_right = target->clip_right;
-    INT_S16 saved_top = target->clip_top, saved_bottom = target->clip_bottom;
-    INT_U8 saved_valid = target->clip_valid;
+    WM_CLIP_KEEPER kept(target);
     target->intersect_clip(x, y, x2, y2);
     if (!target->clip_is_empty()) {
         COLOUR ink = current_text_colour();
@@ -891,11 +852,6 @@ void WM_BUTTON::paint()
         paint_icon_and_text(target, ink);
         paint_arrows(target, ink);
     }
-    target->clip_left = saved_left;
-    target->clip_right = saved_right;
-    target->clip_top = saved_top;
-    target->clip_bottom = saved_bottom;
-    target->clip_valid = saved_valid;
 }
 
 void WM_BUTTON::paint_icon_and_text(IMAGE* target, const COLOUR& ink)
@@ -953,21 +909,21 @@ void WM_BUTTON::paint_icon_and_text(IMAGE* target, const COLOUR& ink)
             else
                 ax1 = ix + iw + x_spacing;
         }
-        picture->draw(s16(ix), s16(iy), target, BLIT_ALPHA);
+        picture->draw(clamp_s16(ix), clamp_s16(iy), target, BLIT_ALPHA);
         if (!enabled && !draws_as_enabled) {
             // Greyed: a grey copy of the icon laid over it at alpha 208.
             IMAGE grey(picture->width, picture->height);
             IMAGE::blit(&grey, picture, 0, 0, 0, 0, picture->width, picture->height, BLIT_COPY);
             grey.greyscale();
             grey.set_alpha(208, true, true);
-            grey.draw(s16(ix), s16(iy), target, BLIT_ALPHA);
+            grey.draw(clamp_s16(ix), clamp_s16(iy), target, BLIT_ALPHA);
         }
     }
 
     const char* shown = glyph[0] ? glyph : title;
     if (shown && shown[0])
-        paint_face_text(target, s16(ax1), s16(ay1), s16(ax2), s16(ay2), shown, ink, underline_colour, font_id,
-            font_x_sz, font_y_sz, text_flags);
+        paint_face_text(target, clamp_s16(ax1), clamp_s16(ay1), clamp_s16(ax2), clamp_s16(ay2), shown, ink,
+            underline_colour, font_id, font_x_sz, font_y_sz, text_flags);
 }
 
 void WM_BUTTON::paint_arrows(IMAGE* target, const COLOUR& ink)
@@ -1005,20 +961,20 @@ void WM_BUTTON::paint_drag_picture(IMAGE* target)
     INT_S32 left = drag_x + drag_offset_x;
     INT_S32 top = drag_y + drag_offset_y;
     if (drag_image && drag_image->has_pixels()) {
-        drag_image->draw(s16(left), s16(top), target, BLIT_ALPHA);
+        drag_image->draw(clamp_s16(left), clamp_s16(top), target, BLIT_ALPHA);
         return;
     }
     if (face_dragging) {
-        face_dragging->draw(s16(left), s16(top), s16(left + width - 1), s16(top + height - 1), true, target,
-            BLIT_ALPHA, false);
+        face_dragging->draw(clamp_s16(left), clamp_s16(top), clamp_s16(left + width - 1), clamp_s16(top + height - 1),
+            true, target, BLIT_ALPHA, false);
         return;
     }
-    IMAGE copy(s16(width), s16(height));
+    IMAGE copy(clamp_s16(width), clamp_s16(height));
     if (!copy.has_pixels())
         return;
-    IMAGE::blit(&copy, target, x, y, 0, 0, s16(width), s16(height), BLIT_COPY);
+    IMAGE::blit(&copy, target, x, y, 0, 0, clamp_s16(width), clamp_s16(height), BLIT_COPY);
     copy.set_alpha(160, false, false);
-    copy.draw(s16(left), s16(top), target, BLIT_ALPHA);
+    copy.draw(clamp_s16(left), clamp_s16(top), target, BLIT_ALPHA);
 }
 
 void WM_BUTTON::draw()
@@ -1035,14 +991,7 @@ void WM_BUTTON::draw()
     INT_S32 top = drag_y + drag_offset_y;
     if (!rect.overlaps(left, top, left + width - 1, top + height - 1))
         return;
-    INT_S16 saved_left = target->clip_left, saved_right = target->clip_right;
-    INT_S16 saved_top = target->clip_top, saved_bottom = target->clip_bottom;
-    INT_U8 saved_valid = target->clip_valid;
+    WM_CLIP_KEEPER kept(target);
     target->set_clip(rect.x1, rect.y1, rect.x2, rect.y2);
     paint_drag_picture(target);
-    target->clip_left = saved_left;
-    target->clip_right = saved_right;
-    target->clip_top = saved_top;
-    target->clip_bottom = saved_bottom;
-    target->clip_valid = saved_valid;
 }

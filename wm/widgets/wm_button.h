@@ -94,8 +94,9 @@ public:
         INT_S16 font_x_sz, INT_S16 font_y_sz, INT_S16 left_gap, INT_S16 right_gap, INT_S16 top_gap,
         INT_S16 bottom_gap, INT_S16 x_spacing, INT_S16 y_spacing, INT_U8 trigger, WM_CALLBACK left_callback,
         PTR_INT_CAST left_data1, PTR_INT_CAST left_data2);
-    // From a style set (null: the built-in defaults): colours, border, fonts, gaps, flags and
-    // faces. A null or empty hint makes none.
+    // From a style set (null: widget_look, the toolkit's button style once the application has
+    // supplied one, else the built-in look): colours, border, fonts, gaps, flags and faces. A null
+    // or empty hint makes none.
     WM_BUTTON(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const WM_STYLE_SET* style, const char* title,
         const char* hint, WM_CALLBACK left_callback, PTR_INT_CAST left_data1, PTR_INT_CAST left_data2,
         INT_U8 trigger);

@@ -5,11 +5,7 @@
 #include "wm/widgets/wm_button.h"
 #include "wm/widgets/wm_face.h"
 
-WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const char* title,
-    const COLOUR& text_colour, const COLOUR& background_colour, const COLOUR& highlight_colour, INT_U8 font_id,
-    INT_S16 font_x_sz, INT_S16 font_y_sz, bool checked_, WM_CALLBACK left_callback_, PTR_INT_CAST left_data1_,
-    PTR_INT_CAST left_data2_)
-    : WM_SCREEN_OBJECT(true, left_callback_, left_data1_, left_data2_)
+void WM_CHECK_BOX::place(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2)
 {
     type_flags |= WM_TYPE_CHECK_BOX;
     x = x1;
@@ -18,12 +14,10 @@ WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const
         fatal_error(0x60, nullptr);
     width = static_cast<INT_U16>(x2 - x1 + 1);
     height = static_cast<INT_U16>(y2 - y1 + 1);
-    box = new WM_BUTTON(x1, y1, x1, y1, " ", text_colour, background_colour, highlight_colour, 0, font_id,
-        font_x_sz, font_y_sz, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, pressed, reinterpret_cast<PTR_INT_CAST>(this), 0);
-    label = new WM_BUTTON(x1, y1, x1, y1, title, text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE, 0, font_id,
-        font_x_sz, font_y_sz, 0, 0, -1, -1, -1, -1, TRIGGER_RELEASE, pressed, reinterpret_cast<PTR_INT_CAST>(this), 0);
-    label->border_sides = 0;
-    label->face_flags |= FACE_LEFT_JUSTIFY;
+}
+
+void WM_CHECK_BOX::join_parts(bool checked_)
+{
     box->focusable = 0;
     label->focusable = 0;
     focusable = 1;
@@ -35,17 +29,27 @@ WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const
     notify_created();
 }
 
+WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const char* title,
+    const COLOUR& text_colour, const COLOUR& background_colour, const COLOUR& highlight_colour, INT_U8 font_id,
+    INT_S16 font_x_sz, INT_S16 font_y_sz, bool checked_, WM_CALLBACK left_callback_, PTR_INT_CAST left_data1_,
+    PTR_INT_CAST left_data2_)
+    : WM_SCREEN_OBJECT(true, left_callback_, left_data1_, left_data2_)
+{
+    place(x1, y1, x2, y2);
+    box = new WM_BUTTON(x1, y1, x1, y1, " ", text_colour, background_colour, highlight_colour, 0, font_id,
+        font_x_sz, font_y_sz, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, pressed, reinterpret_cast<PTR_INT_CAST>(this), 0);
+    label = new WM_BUTTON(x1, y1, x1, y1, title, text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE, 0, font_id,
+        font_x_sz, font_y_sz, 0, 0, -1, -1, -1, -1, TRIGGER_RELEASE, pressed, reinterpret_cast<PTR_INT_CAST>(this), 0);
+    label->border_sides = 0;
+    label->face_flags |= FACE_LEFT_JUSTIFY;
+    join_parts(checked_);
+}
+
 WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const WM_STYLE_SET* style,
     const char* title, bool checked_, WM_CALLBACK left_callback_, PTR_INT_CAST left_data1_, PTR_INT_CAST left_data2_)
     : WM_SCREEN_OBJECT(true, left_callback_, left_data1_, left_data2_)
 {
-    type_flags |= WM_TYPE_CHECK_BOX;
-    x = x1;
-    y = y1;
-    if (x2 < x1 || y2 < y1)
-        fatal_error(0x60, nullptr);
-    width = static_cast<INT_U16>(x2 - x1 + 1);
-    height = static_cast<INT_U16>(y2 - y1 + 1);
+    place(x1, y1, x2, y2);
     box = new WM_BUTTON(x1, y1, x1 + 1, y1 + 1, style, " ", nullptr, pressed, reinterpret_cast<PTR_INT_CAST>(this), 0,
         TRIGGER_RELEASE);
     // The label is flat: the style's text colours and font on nothing.
@@ -61,17 +65,9 @@ WM_CHECK_BOX::WM_CHECK_BOX(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, const
     label->left_gap = 0;
     if (style)
         box->face_flags = (box->face_flags & ~static_cast<INT_U32>(FACE_LEFT_JUSTIFY | FACE_RIGHT_JUSTIFY));
-    box->focusable = 0;
-    label->focusable = 0;
-    focusable = 1;
     visible = box->visible;
     draw_pending = visible;
-    add_child(box, false);
-    add_child(label, false);
-    lay_out();
-    checked = checked_;
-    show_state();
-    notify_created();
+    join_parts(checked_);
 }
 
 WM_CHECK_BOX::~WM_CHECK_BOX() = default;

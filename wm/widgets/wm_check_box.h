@@ -46,6 +46,11 @@ public:
     INT_S16 gap { 4 };
 
 private:
+    // What both constructors begin with: the kind and the rectangle, which must not be inverted.
+    void place(INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2);
+    // What both end with: the box and label taken as children, laid out and showing `checked_`.
+    // The check box alone takes the focus.
+    void join_parts(bool checked_);
     static INT_S32 pressed(WM_SCREEN_OBJECT* part, PTR_INT_CAST data1, PTR_INT_CAST data2);
     void finish(bool value);
     void show_state();

@@ -1,5 +1,6 @@
 #include "wm/widgets/wm_default_styles.h"
 
+#include "wm/core/wm_look.h"
 #include "wm/core/wm_style_set.h"
 
 namespace {
@@ -50,4 +51,13 @@ WM_STYLE_SET* widget_default_style(INT_S32 which)
     if (which < 0 || which >= WIDGET_STYLE_COUNT)
         return nullptr;
     return &sets[which];
+}
+
+WM_STYLE_SET* widget_look(INT_S32 which)
+{
+    static const INT_S32 toolkit_kinds[WIDGET_STYLE_COUNT] = { TOOLKIT_STYLE_BACKGROUND, TOOLKIT_STYLE_TITLE,
+        TOOLKIT_STYLE_BUTTON, TOOLKIT_STYLE_BUTTON_HINT };
+    if (which < 0 || which >= WIDGET_STYLE_COUNT)
+        return nullptr;
+    return toolkit_hints_present() ? toolkit_style(toolkit_kinds[which]) : widget_default_style(which);
 }

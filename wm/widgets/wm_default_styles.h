@@ -1,6 +1,7 @@
-// The built-in looks of the toolkit's widgets when a caller gives no style set: the dialog frame,
-// its title, its buttons and the hints of buttons. They are made on first use and belong to the
-// toolkit; an application's info (or a skin) overwrites them with its own through assign.
+// The looks of the toolkit's widgets when a caller gives no style set: the dialog frame, its
+// title, its buttons and the hints of buttons. The application's toolkit styles (wm_look.h) stand
+// once it has supplied them; before, the built-in looks here, made on first use and belonging to
+// the toolkit.
 #pragma once
 
 #include "base/orlu_types.h"
@@ -17,3 +18,8 @@ enum WIDGET_STYLE : INT_S32 {
 
 // Never null for 0 to WIDGET_STYLE_COUNT - 1; null outside.
 [[nodiscard]] WM_STYLE_SET* widget_default_style(INT_S32 which);
+
+// The look a widget of kind `which` takes when its caller gives no style set: the application's
+// toolkit style of that kind once the application has supplied its toolkit styles
+// (toolkit_hints_present), else the built-in one. Null outside 0 to WIDGET_STYLE_COUNT - 1.
+[[nodiscard]] WM_STYLE_SET* widget_look(INT_S32 which);

@@ -8,75 +8,11 @@
 #include "graphics/image.h"
 #include "graphics/image_cache_store.h"
 #include "graphics/tiled_image.h"
-#include "io/folder.h"
+#include "wm/core/wm_draw.h"
+#include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
 
 namespace {
-
-struct FLAG_MAP {
-    INT_U32 style_bit;
-    INT_U32 face_bit;
-};
-
-const FLAG_MAP flag_map[] = {
-    { ssf_left_justify_text, FACE_LEFT_JUSTIFY },
-    { ssf_right_justify_text, FACE_RIGHT_JUSTIFY },
-    { ssf_top_align_text, FACE_TOP_ALIGN },
-    { ssf_bottom_align_text, FACE_BOTTOM_ALIGN },
-    { ssf_darkened_background, FACE_DARKENED_BACKGROUND },
-    { ssf_indent_border, FACE_FIXED_BORDER },
-    { ssf_outstanding_border, FACE_FIXED_BORDER },
-    { ssf_hfading, FACE_HFADING },
-    { ssf_vfading, FACE_VFADING },
-    { ssf_use_text_colour_for_outline, FACE_TEXT_COLOUR_OUTLINE },
-    { ssf_shadow_text, FACE_SHADOW_TEXT },
-    { ssf_inset_text, FACE_INSET_TEXT },
-    { ssf_chiseled_text, FACE_CHISELED_TEXT },
-    { ssf_icon_left, FACE_ICON_LEFT },
-    { ssf_icon_right, FACE_ICON_RIGHT },
-    { ssf_icon_top, FACE_ICON_TOP },
-    { ssf_icon_bottom, FACE_ICON_BOTTOM },
-    { ssf_icon_attach_to_text, FACE_ICON_ATTACH_TO_TEXT },
-    { ssf_wrap_text, FACE_WRAP_TEXT },
-    { ssf_dont_resize_image, FACE_DONT_RESIZE_IMAGE },
-    { ssf_reflect_text, FACE_REFLECT_TEXT },
-};
-
-const FLAG_MAP ext_flag_map[] = {
-    { ssef_left_arrow, FACE_LEFT_ARROW },
-    { ssef_right_arrow, FACE_RIGHT_ARROW },
-    { ssef_up_arrow, FACE_UP_ARROW },
-    { ssef_down_arrow, FACE_DOWN_ARROW },
-    { ssef_invert_vfading_on_press, FACE_INVERT_VFADING_ON_PRESS },
-    { ssef_dont_mask_click, FACE_DONT_MASK_CLICK },
-};
-
-// The clip of an image as it stands, to be put back exactly, empty or not.
-struct SAVED_CLIP {
-    explicit SAVED_CLIP(IMAGE* image)
-        : target(image)
-        , left(image->clip_left)
-        , right(image->clip_right)
-        , top(image->clip_top)
-        , bottom(image->clip_bottom)
-        , valid(image->clip_valid)
-    {
-    }
-    ~SAVED_CLIP()
-    {
-        target->clip_left = left;
-        target->clip_right = right;
-        target->clip_top = top;
-        target->clip_bottom = bottom;
-        target->clip_valid = valid;
-    }
-    SAVED_CLIP(const SAVED_CLIP&) = delete;
-    SAVED_CLIP& operator=(const SAVED_CLIP&) = delete;
-
-    IMAGE* target;
-    INT_S16 left, right, top, bottom;
-    INT_U8 valid;
-};
 
 INT_S16 resolved_font(const IMAGE* target, INT_U8 font)
 {
@@ -99,42 +35,6 @@ INT_S16 s16(INT_S32 value)
 }
 
 } // namespace
-
-INT_U32 face_flags_from_style(const WM_STYLE_SET& style)
-{
-    INT_U32 face = 0;
-    for (const FLAG_MAP& entry : flag_map) {
-        if (style.flags & entry.style_bit)
-            face |= entry.face_bit;
-    }
-    for (const FLAG_MAP& entry : ext_flag_map) {
-        if (style.ext_flags & entry.style_bit)
-            face |= entry.face_bit;
-    }
-    return face;
-}
-
-INT_U8 face_text_flags(INT_U32 face_flags)
-{
-    INT_U8 flags = 0;
-    if (face_flags & FACE_LEFT_JUSTIFY)
-        flags |= TEXT_LEFT;
-    if (face_flags & FACE_RIGHT_JUSTIFY)
-        flags |= TEXT_RIGHT;
-    if (face_flags & FACE_TOP_ALIGN)
-        flags |= TEXT_TOP;
-    if (face_flags & FACE_BOTTOM_ALIGN)
-        flags |= TEXT_BOTTOM;
-    if (face_flags & FACE_SHADOW_TEXT)
-        flags |= TEXT_SHADOW;
-    if (face_flags & FACE_INSET_TEXT)
-        flags |= TEXT_INSET;
-    if (face_flags & FACE_CHISELED_TEXT)
-        flags |= TEXT_CHISELED;
-    if (face_flags & FACE_REFLECT_TEXT)
-        flags |= TEXT_REFLECT;
-    return flags;
-}
 
 TILED_IMAGE* copy_skin_image(const TILED_IMAGE* source)
 {
@@ -160,37 +60,28 @@ TILED_IMAGE* load_skin_image(const char* folder, const char* name)
     return image;
 }
 
-bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size)
-{
-    if (!out || size == 0)
-        return false;
-    const char* path = style.image_path;
-    if (path[0] == '/') {
-        snprintf(out, size, "%s", path);
-        return true;
-    }
-    FOLDER folder;
-    if (path[0] == '$') {
-        // An unknown variable would end the run inside FOLDER; a skin must not be able to.
-        char variable[256];
-        size_t length = strcspn(path, "/");
-        if (length > 255)
-            return false;
-        memcpy(variable, path, length);
-        variable[length] = 0;
-        if (!is_known_variable(variable))
-            return false;
-    }
-    if (path[0] && !folder.set(path))
-        return false;
-    snprintf(out, size, "%s", folder.path());
-    return true;
-}
-
 void free_skin_image(TILED_IMAGE*& image)
 {
     delete image;
     image = nullptr;
+}
+
+void resolve_face_gaps(INT_S32 thickness, INT_S16& left, INT_S16& right, INT_S16& top, INT_S16& bottom,
+    INT_S16& x_spacing, INT_S16& y_spacing)
+{
+    INT_S16 border = static_cast<INT_S16>(thickness);
+    if (left == -1)
+        left = border;
+    if (right == -1)
+        right = border;
+    if (top == -1)
+        top = border;
+    if (bottom == -1)
+        bottom = border;
+    if (x_spacing == -1)
+        x_spacing = left;
+    if (y_spacing == -1)
+        y_spacing = top;
 }
 
 void paint_face_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 y2, INT_U32 face_flags,
@@ -209,36 +100,22 @@ void paint_face_fill(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 
         corners |= CORNER_BOTTOM_RIGHT;
 
     if (face_flags & FACE_DARKENED_BACKGROUND) {
-        if (corners)
-            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, COLOUR_BLACK, COLOUR_BLACK, SHADE_DARKEN, 50);
-        else
-            target->darken_box(x1, y1, x2, y2, 50);
+        paint_style_fill(target, x1, y1, x2, y2, corners, -1, SHADE_DARKEN, COLOUR_BLACK, COLOUR_BLACK, 50, false);
         return;
     }
     if (background.alpha() == 0)
         return;
     bool has_fading = fading.alpha() != 0 && !flat;
     if (has_fading && (face_flags & FACE_HFADING)) {
-        if (corners)
-            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, background, fading, SHADE_HORIZONTAL, 0);
-        else
-            target->gradient_box_horizontal(x1, y1, x2, y2, background, fading, false);
-        return;
-    }
-    if (has_fading && (face_flags & FACE_VFADING)) {
+        paint_style_fill(target, x1, y1, x2, y2, corners, -1, SHADE_HORIZONTAL, background, fading, 0, false);
+    } else if (has_fading && (face_flags & FACE_VFADING)) {
         bool upside_down = inverted && (face_flags & FACE_INVERT_VFADING_ON_PRESS);
         const COLOUR& top = upside_down ? fading : background;
         const COLOUR& bottom = upside_down ? background : fading;
-        if (corners)
-            target->draw_rounded_box(x1, y1, x2, y2, -1, corners, top, bottom, SHADE_VERTICAL, 0);
-        else
-            target->gradient_box_vertical(x1, y1, x2, y2, top, bottom, false);
-        return;
+        paint_style_fill(target, x1, y1, x2, y2, corners, -1, SHADE_VERTICAL, top, bottom, 0, false);
+    } else {
+        paint_style_fill(target, x1, y1, x2, y2, corners, -1, SHADE_SOLID, background, background, 0, false);
     }
-    if (corners)
-        target->draw_rounded_box(x1, y1, x2, y2, -1, corners, background, background, SHADE_SOLID, 0);
-    else
-        target->fill_box(x1, y1, x2, y2, background, true);
 }
 
 void measure_face_text(const IMAGE* target, const char* text, INT_U8 font, INT_S16 font_x, INT_S16 font_y,
@@ -281,7 +158,7 @@ void paint_face_text(IMAGE* target, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT_S16 
 {
     if (!target || !target->has_pixels() || !text || !text[0] || x2 < x1 || y2 < y1)
         return;
-    SAVED_CLIP saved(target);
+    WM_CLIP_KEEPER saved(target);
     target->intersect_clip(x1, y1, x2, y2);
     if (target->clip_is_empty())
         return;

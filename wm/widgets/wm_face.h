@@ -1,5 +1,6 @@
-// What the faces of buttons, labels and the like share: the drawing flags they copy from a style
-// set, their skin images, and painting a background and a text inside a rectangle.
+// What the faces of buttons, labels and the like share: their skin images, their gaps, and
+// painting a background and a text inside a rectangle. The drawing flags they copy from a style
+// set (FACE_FLAG) belong to the style side, in wm/core/wm_style.h.
 //
 // Text is always clipped to the rectangle it is given, however long it is: a translation three
 // times longer than the English must not paint over the neighbours of its widget.
@@ -7,55 +8,23 @@
 
 #include "graphics/colour.h"
 #include "base/orlu_types.h"
+#include "wm/core/wm_style.h" // FACE_FLAG and the face flags of a style set
 
 class IMAGE;
 class TILED_IMAGE;
 class WM_STYLE_SET;
-
-// Bits of a face's drawing flags (`face_flags` of buttons and labels).
-enum FACE_FLAG : INT_U32 {
-    FACE_LEFT_JUSTIFY = 0x1,
-    FACE_RIGHT_JUSTIFY = 0x2,
-    FACE_TOP_ALIGN = 0x4,
-    FACE_BOTTOM_ALIGN = 0x8,
-    FACE_LEFT_ARROW = 0x10,
-    FACE_RIGHT_ARROW = 0x20,
-    FACE_UP_ARROW = 0x40,
-    FACE_DOWN_ARROW = 0x80,
-    FACE_DARKENED_BACKGROUND = 0x100,
-    FACE_FIXED_BORDER = 0x200, // indent or outstanding border: pressing does not turn it
-    FACE_HFADING = 0x400,
-    FACE_VFADING = 0x800,
-    FACE_INVERT_VFADING_ON_PRESS = 0x1000,
-    FACE_TEXT_COLOUR_OUTLINE = 0x2000,
-    FACE_SHADOW_TEXT = 0x4000,
-    FACE_INSET_TEXT = 0x8000,
-    FACE_CHISELED_TEXT = 0x10000,
-    FACE_ICON_LEFT = 0x20000,
-    FACE_ICON_RIGHT = 0x40000,
-    FACE_ICON_TOP = 0x80000,
-    FACE_ICON_BOTTOM = 0x100000,
-    FACE_ICON_ATTACH_TO_TEXT = 0x200000,
-    FACE_WRAP_TEXT = 0x400000,
-    FACE_DONT_RESIZE_IMAGE = 0x800000,
-    FACE_DONT_MASK_CLICK = 0x1000000,
-    FACE_REFLECT_TEXT = 0x2000000,
-};
-
-// The face flags that a style set's `flags` and `ext_flags` give.
-INT_U32 face_flags_from_style(const WM_STYLE_SET& style);
-// The TEXT_FLAG bits of font.h for the face flags: alignment and rendering.
-INT_U8 face_text_flags(INT_U32 face_flags);
 
 // A skin image of its own that shares the pictures of source; null for a null or empty source or
 // when memory runs out.
 TILED_IMAGE* copy_skin_image(const TILED_IMAGE* source);
 // The skin image `name` in the folder path through the image cache; null when there is none.
 TILED_IMAGE* load_skin_image(const char* folder, const char* name);
-// The folder of a style set's images as a full path, "$HERE" and variables resolved. False when
-// it cannot be told.
-bool style_image_folder(const WM_STYLE_SET& style, char* out, size_t size);
 void free_skin_image(TILED_IMAGE*& image);
+
+// The gaps of a face left at -1 take the border's thickness, and spacings left at -1 the left and
+// top gaps.
+void resolve_face_gaps(INT_S32 thickness, INT_S16& left, INT_S16& right, INT_S16& top, INT_S16& bottom,
+    INT_S16& x_spacing, INT_S16& y_spacing);
 
 // Fills the rectangle as a face without pictures: darkened by half with
 // FACE_DARKENED_BACKGROUND; otherwise, with a visible background, a horizontal or vertical

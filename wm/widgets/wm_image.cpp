@@ -1,19 +1,11 @@
 #include "wm/widgets/wm_image.h"
 
 #include "io/folder.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_page_manager.h"
 
 namespace {
-
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
 
 bool takes_picture_size(INT_S32 side)
 {
@@ -75,7 +67,7 @@ void WM_IMAGE::fit_picture()
     if (!picture.has_pixels() || width < 1 || height < 1)
         return;
     if (picture.width != width || picture.height != height)
-        picture.scale(s16(width), s16(height), !fast_image_scaling);
+        picture.scale(clamp_s16(width), clamp_s16(height), !fast_image_scaling);
 }
 
 void WM_IMAGE::paint()
@@ -87,12 +79,12 @@ void WM_IMAGE::paint()
     if (width < 1 || height < 1)
         return;
     if (picture.has_pixels())
-        picture.draw(s16(x + (width - picture.width) / 2), s16(y + (height - picture.height) / 2), target,
+        picture.draw(clamp_s16(x + (width - picture.width) / 2), clamp_s16(y + (height - picture.height) / 2), target,
             BLIT_ALPHA);
     if (border_sides_image)
         draw_shaded_box(x, y, x + width - 1, y + height - 1, border_sides_image, COLOUR_INVISIBLE, shading_type, -1);
     if ((has_focus() || over) && focus_colour.alpha())
-        target->fill_box(x, y, s16(x + width - 1), s16(y + height - 1), focus_colour, true);
+        target->fill_box(x, y, clamp_s16(x + width - 1), clamp_s16(y + height - 1), focus_colour, true);
 }
 
 void WM_IMAGE::draw()
@@ -106,16 +98,9 @@ void WM_IMAGE::draw()
         WM_SCREEN_OBJECT::draw();
         return;
     }
-    INT_S16 left = target->clip_left, right = target->clip_right, top = target->clip_top;
-    INT_S16 bottom = target->clip_bottom;
-    INT_U8 valid = target->clip_valid;
-    target->intersect_clip(x, y, s16(x + width - 1), s16(y + height - 1));
+    WM_CLIP_KEEPER kept(target);
+    target->intersect_clip(x, y, clamp_s16(x + width - 1), clamp_s16(y + height - 1));
     WM_SCREEN_OBJECT::draw();
-    target->clip_left = left;
-    target->clip_right = right;
-    target->clip_top = top;
-    target->clip_bottom = bottom;
-    target->clip_valid = valid;
 }
 
 INT_S32 WM_IMAGE::update()
@@ -146,8 +131,8 @@ INT_S32 WM_IMAGE::update()
         if (left && !left_was_down)
             take_focus();
         if (fire && left_callback) {
-            click_x = s16(px - x);
-            click_y = s16(py - y);
+            click_x = clamp_s16(px - x);
+            click_y = clamp_s16(py - y);
             code = left_callback(this, left_data1, left_data2);
             click_x = -1;
             click_y = -1;

@@ -8,6 +8,7 @@
 #include "base/error_report.h"
 #include "graphics/image.h"
 #include "graphics/tiled_image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_style_set.h"
 #include "wm/widgets/wm_face.h"
@@ -70,15 +71,6 @@ INT_S16 progress_scroll_step(INT_S16 scroll, INT_S32 size, INT_S16 rate, INT_U32
 
 namespace {
 
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
-
 char* copy_title(const char* text)
 {
     if (!text)
@@ -91,32 +83,6 @@ char* copy_title(const char* text)
     return copy;
 }
 
-struct CLIP_KEEPER {
-    explicit CLIP_KEEPER(IMAGE* image)
-        : target(image)
-        , left(image->clip_left)
-        , right(image->clip_right)
-        , top(image->clip_top)
-        , bottom(image->clip_bottom)
-        , valid(image->clip_valid)
-    {
-    }
-    ~CLIP_KEEPER()
-    {
-        target->clip_left = left;
-        target->clip_right = right;
-        target->clip_top = top;
-        target->clip_bottom = bottom;
-        target->clip_valid = valid;
-    }
-    CLIP_KEEPER(const CLIP_KEEPER&) = delete;
-    CLIP_KEEPER& operator=(const CLIP_KEEPER&) = delete;
-
-    IMAGE* target;
-    INT_S16 left, right, top, bottom;
-    INT_U8 valid;
-};
-
 INT_S32 face_size(const TILED_IMAGE* face, bool across)
 {
     if (!face || !face->mid)
@@ -126,11 +92,7 @@ INT_S32 face_size(const TILED_IMAGE* face, bool across)
 
 } // namespace
 
-WM_PROGRESS_BAR::WM_PROGRESS_BAR(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 height_, const char* title_,
-    INT_S32 total_, const COLOUR& empty_colour_, const COLOUR& full_colour_, const COLOUR& text_colour_,
-    INT_U8 flags_, INT_U8 font_id_, INT_S16 font_x_sz_, INT_S16 font_y_sz_, INT_S16 left_gap_, INT_S16 right_gap_,
-    INT_S16 top_gap_, INT_S16 bottom_gap_)
-    : WM_SCREEN_OBJECT(true)
+void WM_PROGRESS_BAR::place(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 height_)
 {
     type_flags |= WM_TYPE_PROGRESS_BAR;
     x = x_;
@@ -140,6 +102,15 @@ WM_PROGRESS_BAR::WM_PROGRESS_BAR(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16
     if (width_ < 1 || height_ < 1)
         fatal_error(0x110, nullptr);
     check_rectangle();
+}
+
+WM_PROGRESS_BAR::WM_PROGRESS_BAR(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 height_, const char* title_,
+    INT_S32 total_, const COLOUR& empty_colour_, const COLOUR& full_colour_, const COLOUR& text_colour_,
+    INT_U8 flags_, INT_U8 font_id_, INT_S16 font_x_sz_, INT_S16 font_y_sz_, INT_S16 left_gap_, INT_S16 right_gap_,
+    INT_S16 top_gap_, INT_S16 bottom_gap_)
+    : WM_SCREEN_OBJECT(true)
+{
+    place(x_, y_, width_, height_);
     flags = flags_;
     take_title(flags & PROGRESS_VERTICAL ? nullptr : title_);
     total = total_;
@@ -163,14 +134,7 @@ WM_PROGRESS_BAR::WM_PROGRESS_BAR(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16
     INT_S32 total_, const WM_STYLE_SET* style)
     : WM_SCREEN_OBJECT(true)
 {
-    type_flags |= WM_TYPE_PROGRESS_BAR;
-    x = x_;
-    y = y_;
-    width = static_cast<INT_U16>(width_ < 0 ? 0 : width_);
-    height = static_cast<INT_U16>(height_ < 0 ? 0 : height_);
-    if (width_ < 1 || height_ < 1)
-        fatal_error(0x110, nullptr);
-    check_rectangle();
+    place(x_, y_, width_, height_);
     total = total_;
     static const WM_STYLE_SET defaults;
     const WM_STYLE_SET& set = style ? *style : defaults;
@@ -363,26 +327,20 @@ INT_S32 WM_PROGRESS_BAR::scroll_size(bool across) const
 void WM_PROGRESS_BAR::animation_step()
 {
     INT_U32 now = wm_now();
-    INT_S32 size = scroll_size(true);
-    if (size > 0 && x_rate != 0 && now - last_x_step > update_rate) {
-        INT_S16 moved = progress_scroll_step(scroll_x, size, x_rate, now - last_x_step);
-        if (moved != scroll_x) {
-            scroll_x = moved;
+    // One axis: moves its offset by the time since its last step, once update_rate has passed.
+    auto step = [&](INT_S16& scroll, INT_S32 size, INT_S16 rate, INT_U32& last_step) {
+        if (size < 1 || rate == 0 || now - last_step <= update_rate)
+            return;
+        INT_S16 moved = progress_scroll_step(scroll, size, rate, now - last_step);
+        if (moved != scroll) {
+            scroll = moved;
             scrolled = 1;
         }
         show(false);
-        last_x_step = now;
-    }
-    size = scroll_size(false);
-    if (size > 0 && y_rate != 0 && now - last_y_step > update_rate) {
-        INT_S16 moved = progress_scroll_step(scroll_y, size, y_rate, now - last_y_step);
-        if (moved != scroll_y) {
-            scroll_y = moved;
-            scrolled = 1;
-        }
-        show(false);
-        last_y_step = now;
-    }
+        last_step = now;
+    };
+    step(scroll_x, scroll_size(true), x_rate, last_x_step);
+    step(scroll_y, scroll_size(false), y_rate, last_y_step);
 }
 
 INT_S32 WM_PROGRESS_BAR::animate(bool overlays)
@@ -401,19 +359,19 @@ void WM_PROGRESS_BAR::paint_part(IMAGE* target, TILED_IMAGE* face, const COLOUR&
         return;
     if (face && face->is_loaded()) {
         if (scroll && face->layout() == TILED_IMAGE::LAYOUT_ONE && face->mid->width > 0 && face->mid->height > 0) {
-            CLIP_KEEPER keep(target);
-            target->intersect_clip(s16(x1), s16(y1), s16(x2), s16(y2));
+            WM_CLIP_KEEPER keep(target);
+            target->intersect_clip(clamp_s16(x1), clamp_s16(y1), clamp_s16(x2), clamp_s16(y2));
             IMAGE* piece = face->mid;
             for (INT_S32 ty = y1 - scroll_y; ty <= y2; ty += piece->height) {
                 for (INT_S32 tx = x1 - scroll_x; tx <= x2; tx += piece->width)
-                    piece->draw(s16(tx), s16(ty), target, BLIT_ALPHA);
+                    piece->draw(clamp_s16(tx), clamp_s16(ty), target, BLIT_ALPHA);
             }
         } else {
-            face->draw(s16(x1), s16(y1), s16(x2), s16(y2), !(flags & PROGRESS_KEEP_IMAGE_SIZE), target, BLIT_ALPHA,
-                false);
+            face->draw(clamp_s16(x1), clamp_s16(y1), clamp_s16(x2), clamp_s16(y2), !(flags & PROGRESS_KEEP_IMAGE_SIZE),
+                target, BLIT_ALPHA, false);
         }
     } else if (fill.alpha()) {
-        target->fill_box(s16(x1), s16(y1), s16(x2), s16(y2), fill, true);
+        target->fill_box(clamp_s16(x1), clamp_s16(y1), clamp_s16(x2), clamp_s16(y2), fill, true);
     }
     if (!(flags & PROGRESS_NO_SHADING))
         draw_shaded_box(x1, y1, x2, y2, sides, COLOUR_INVISIBLE, shading, -1);
@@ -424,20 +382,21 @@ void WM_PROGRESS_BAR::paint()
     IMAGE* target = wm_toolkit.draw_target;
     if (!target || width < 1 || height < 1)
         return;
-    CLIP_KEEPER keep(target);
+    WM_CLIP_KEEPER keep(target);
     INT_S32 x2 = x + width - 1;
     INT_S32 y2 = y + height - 1;
-    target->intersect_clip(x, y, s16(x2), s16(y2));
+    target->intersect_clip(x, y, clamp_s16(x2), clamp_s16(y2));
     if (target->clip_is_empty())
         return;
 
     // 1. Background and frame.
     bool bordered = !(flags & PROGRESS_NO_BORDER);
     if (face_bg) {
-        face_bg->draw(x, y, s16(x2), s16(y2), !(flags & PROGRESS_KEEP_IMAGE_SIZE), target, BLIT_ALPHA, false);
+        face_bg->draw(
+            x, y, clamp_s16(x2), clamp_s16(y2), !(flags & PROGRESS_KEEP_IMAGE_SIZE), target, BLIT_ALPHA, false);
     } else if (!(flags & PROGRESS_ONLY_BAR)) {
         if (border_colour.alpha())
-            target->fill_box(x, y, s16(x2), s16(y2), border_colour, true);
+            target->fill_box(x, y, clamp_s16(x2), clamp_s16(y2), border_colour, true);
         if (bordered)
             draw_shaded_box(x, y, x2, y2, BORDER_ALL, COLOUR_INVISIBLE, shading, -1);
     }
@@ -484,22 +443,22 @@ void WM_PROGRESS_BAR::paint()
     }
     INT_S32 text_y = y + tg;
     {
-        CLIP_KEEPER on_track(target);
-        target->intersect_clip(s16(ex1), y, s16(x2), s16(y2));
-        target->draw_text(s16(text_x), s16(text_y), text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE, font_id, fx, fy,
-            text);
+        WM_CLIP_KEEPER on_track(target);
+        target->intersect_clip(clamp_s16(ex1), y, clamp_s16(x2), clamp_s16(y2));
+        target->draw_text(clamp_s16(text_x), clamp_s16(text_y), text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE,
+            font_id, fx, fy, text);
     }
     {
-        CLIP_KEEPER on_fill(target);
-        target->intersect_clip(x, y, s16(fx2), s16(y2));
-        target->draw_text(s16(text_x), s16(text_y), alt_text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE, font_id, fx,
-            fy, text);
+        WM_CLIP_KEEPER on_fill(target);
+        target->intersect_clip(x, y, clamp_s16(fx2), clamp_s16(y2));
+        target->draw_text(clamp_s16(text_x), clamp_s16(text_y), alt_text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE,
+            font_id, fx, fy, text);
     }
     if (draw_alt_percentage || alt_title) {
         char rest[32];
         const char* second = alt_title ? alt_title : progress_alt_percentage_text(value, total, rest, sizeof rest);
         INT_S32 second_w = target->text_width(font_id, fx, fy, second);
-        target->draw_text(s16(tx2 - rg - second_w), s16(text_y), text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE,
-            font_id, fx, fy, second);
+        target->draw_text(clamp_s16(tx2 - rg - second_w), clamp_s16(text_y), text_colour, COLOUR_INVISIBLE,
+            COLOUR_INVISIBLE, font_id, fx, fy, second);
     }
 }

@@ -120,6 +120,8 @@ public:
     INT_U8 draw_alt_percentage { 0 };
 
 private:
+    // What both constructors begin with: the kind, the rectangle and its checks.
+    void place(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 height_);
     void check_rectangle();
     void take_title(const char* text);
     void paint_part(IMAGE* target, TILED_IMAGE* face, const COLOUR& fill, INT_S32 x1, INT_S32 y1, INT_S32 x2,

@@ -5,33 +5,11 @@
 
 #include "graphics/image.h"
 #include "graphics/tiled_image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
 #include "wm/widgets/wm_face.h"
-
-namespace {
-
-// Text is measured against the screen's default font; before there is a screen, against an
-// image with the defaults every image starts with.
-const IMAGE* measuring_target()
-{
-    if (IMAGE* target = wm_toolkit.draw_target)
-        return target;
-    static const IMAGE defaults;
-    return &defaults;
-}
-
-INT_S16 clamp16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
-
-} // namespace
 
 WM_SCRIPT::WM_SCRIPT(INT_S16 x_, INT_S16 y_, INT_S16 width_, INT_S16 height_, const char* text_,
     const WM_STYLE_SET* style, WM_CALLBACK left_callback_, PTR_INT_CAST left_data1_, PTR_INT_CAST left_data2_)
@@ -134,7 +112,7 @@ void WM_SCRIPT::measure(INT_S16 width_, INT_S16 height_, bool left_set, bool rig
     if (!measure_width && !measure_height)
         return;
 
-    const IMAGE* target = measuring_target();
+    const IMAGE* target = wm_measuring_target();
     INT_S32 text_w = 0;
     INT_S32 text_h = 0;
     measure_face_text(target, text.c_str(), font_id, font_x_sz, font_y_sz, &text_w, &text_h);
@@ -149,7 +127,7 @@ void WM_SCRIPT::measure(INT_S16 width_, INT_S16 height_, bool left_set, bool rig
             gaps = font_x;
         else
             gaps = (left_set ? left_gap : right_gap) + font_x / 2;
-        width = static_cast<INT_U16>(clamp16(text_w + gaps + 1));
+        width = static_cast<INT_U16>(clamp_s16(text_w + gaps + 1));
     }
     if (measure_height) {
         INT_S32 gaps;
@@ -159,25 +137,13 @@ void WM_SCRIPT::measure(INT_S16 width_, INT_S16 height_, bool left_set, bool rig
             gaps = 2 * thickness;
         else
             gaps = thickness + (top_set ? top_gap : bottom_gap);
-        height = static_cast<INT_U16>(clamp16(text_h + gaps + 1));
+        height = static_cast<INT_U16>(clamp_s16(text_h + gaps + 1));
     }
 }
 
 void WM_SCRIPT::resolve_gaps()
 {
-    INT_S16 thickness = static_cast<INT_S16>(shading_thickness(shading_type));
-    if (left_gap == -1)
-        left_gap = thickness;
-    if (right_gap == -1)
-        right_gap = thickness;
-    if (top_gap == -1)
-        top_gap = thickness;
-    if (bottom_gap == -1)
-        bottom_gap = thickness;
-    if (x_spacing == -1)
-        x_spacing = left_gap;
-    if (y_spacing == -1)
-        y_spacing = top_gap;
+    resolve_face_gaps(shading_thickness(shading_type), left_gap, right_gap, top_gap, bottom_gap, x_spacing, y_spacing);
 }
 
 void WM_SCRIPT::get_size_for(const char* text_, const WM_STYLE_SET* style, INT_S16* width_out, INT_S16* height_out)
@@ -198,9 +164,9 @@ void WM_SCRIPT::set_text(const char* new_text, bool resize)
     if (!resize)
         return;
     INT_S32 text_w = 0;
-    measure_face_text(measuring_target(), text.c_str(), font_id, font_x_sz, font_y_sz, &text_w, nullptr);
+    measure_face_text(wm_measuring_target(), text.c_str(), font_id, font_x_sz, font_y_sz, &text_w, nullptr);
     if (text_w + 1 > width)
-        set_size(clamp16(text_w + 1), static_cast<INT_S16>(height), false);
+        set_size(clamp_s16(text_w + 1), static_cast<INT_S16>(height), false);
 }
 
 void WM_SCRIPT::set_flash_text(const char* new_text)
@@ -256,16 +222,7 @@ INT_S32 WM_SCRIPT::animate(bool overlays)
 
 bool WM_SCRIPT::is_over(INT_S32 px, INT_S32 py)
 {
-    if (!visible)
-        return false;
-    if (is_over_child(px, py))
-        return true;
-    if (!is_over_self(px, py))
-        return false;
-    if (!face || (face_flags & FACE_DONT_MASK_CLICK))
-        return true;
-    return face->solid_at(static_cast<INT_S16>(px - x), static_cast<INT_S16>(py - y), static_cast<INT_S16>(width),
-        static_cast<INT_S16>(height));
+    return is_over_masked(px, py, face_flags & FACE_DONT_MASK_CLICK ? nullptr : face);
 }
 
 void WM_SCRIPT::paint()

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_style.h"
 #include "wm/core/wm_style_set.h"
@@ -17,23 +18,6 @@ constexpr INT_U32 KEY_HOME = 65360;
 constexpr INT_U32 KEY_END = 65367;
 constexpr char CHARACTER_BACKSPACE = 8;
 constexpr char CHARACTER_DELETE = 127;
-
-INT_S16 s16(INT_S32 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
-
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
-}
 
 } // namespace
 
@@ -157,7 +141,7 @@ INT_S32 WM_TEXT_EDIT::width_of(const char* shown, INT_S32 from, INT_S32 to) cons
 {
     if (to <= from)
         return 0;
-    const IMAGE* target = measuring_target();
+    const IMAGE* target = wm_measuring_target();
     INT_S16 fx = font_x_sz == -1 ? target->default_font_width : font_x_sz;
     INT_S16 fy = font_y_sz == -1 ? target->default_font_height : font_y_sz;
     return target->text_width(font_id, fx, fy, shown + from, to - from);
@@ -251,31 +235,26 @@ void WM_TEXT_EDIT::paint()
     IMAGE* target = wm_toolkit.draw_target;
     if (!target || width < 1 || height < 1)
         return;
-    INT_S16 x2 = s16(x + width - 1);
-    INT_S16 y2 = s16(y + height - 1);
+    INT_S16 x2 = clamp_s16(x + width - 1);
+    INT_S16 y2 = clamp_s16(y + height - 1);
     if (background_colour.alpha())
         target->fill_box(x, y, x2, y2, background_colour, true);
     if (border_sides)
         draw_shaded_box(x, y, x2, y2, border_sides, COLOUR_INVISIBLE, shading_type, -1);
 
-    INT_S16 saved_left = target->clip_left, saved_right = target->clip_right;
-    INT_S16 saved_top = target->clip_top, saved_bottom = target->clip_bottom;
-    INT_U8 saved_valid = target->clip_valid;
-    target->intersect_clip(s16(x + left_gap), s16(y + top_gap), s16(x2 - right_gap), s16(y2 - bottom_gap));
+    WM_CLIP_KEEPER kept(target);
+    target->intersect_clip(
+        clamp_s16(x + left_gap), clamp_s16(y + top_gap), clamp_s16(x2 - right_gap), clamp_s16(y2 - bottom_gap));
     char stars[TEXT_EDIT_MAX_LENGTH + 1];
     const char* shown = shown_text(stars, sizeof stars);
     INT_S16 fx = font_x_sz == -1 ? target->default_font_width : font_x_sz;
     INT_S16 fy = font_y_sz == -1 ? target->default_font_height : font_y_sz;
     INT_S32 text_y = y + (static_cast<INT_S32>(height) - fy) / 2;
-    target->draw_text(s16(x + left_gap), s16(text_y), text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE, font_id, fx, fy,
-        shown + first_shown);
+    target->draw_text(clamp_s16(x + left_gap), clamp_s16(text_y), text_colour, COLOUR_INVISIBLE, COLOUR_INVISIBLE,
+        font_id, fx, fy, shown + first_shown);
     if (has_focus()) {
         INT_S32 cursor_x = x + left_gap + width_of(shown, first_shown, cursor);
-        target->fill_box(s16(cursor_x), s16(text_y), s16(cursor_x), s16(text_y + fy - 1), cursor_colour, true);
+        target->fill_box(clamp_s16(cursor_x), clamp_s16(text_y), clamp_s16(cursor_x), clamp_s16(text_y + fy - 1),
+            cursor_colour, true);
     }
-    target->clip_left = saved_left;
-    target->clip_right = saved_right;
-    target->clip_top = saved_top;
-    target->clip_bottom = saved_bottom;
-    target->clip_valid = saved_valid;
 }

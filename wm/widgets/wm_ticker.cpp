@@ -4,19 +4,11 @@
 #include <new>
 
 #include "graphics/image.h"
+#include "wm/core/wm_draw.h"
 #include "wm/core/wm_host.h"
 #include "wm/core/wm_style_set.h"
 
 namespace {
-
-INT_S16 s16(INT_S64 value)
-{
-    if (value > 32767)
-        return 32767;
-    if (value < -32768)
-        return -32768;
-    return static_cast<INT_S16>(value);
-}
 
 void delete_line(void* item)
 {
@@ -37,14 +29,6 @@ char* copy_piece(const char* text, size_t length)
     memcpy(copy, text, length);
     copy[length] = 0;
     return copy;
-}
-
-const IMAGE* measuring_target()
-{
-    if (wm_toolkit.draw_target)
-        return wm_toolkit.draw_target;
-    static const IMAGE defaults;
-    return &defaults;
 }
 
 } // namespace
@@ -97,7 +81,7 @@ INT_S32 WM_TICKER::measure_text_part(const char* text, INT_S32 count) const
 {
     if (!text)
         return 0;
-    const IMAGE* target = measuring_target();
+    const IMAGE* target = wm_measuring_target();
     INT_S16 fx = font_x_sz == -1 ? target->default_font_width : font_x_sz;
     INT_S16 fy = font_y_sz == -1 ? target->default_font_height : font_y_sz;
     return target->text_width(font_id, fx, fy, text, count);
@@ -276,7 +260,7 @@ void WM_TICKER::end_of_pass()
 
 void WM_TICKER::begin_text(INT_U32 t)
 {
-    text_width = s16(measure(current_text()));
+    text_width = clamp_s16(measure(current_text()));
     start_time = t;
     INT_U32 w = width ? width : 1;
     duration = static_cast<INT_U32>(static_cast<INT_U64>(speed) * (w + static_cast<INT_U32>(text_width)) / w);
@@ -287,10 +271,10 @@ void WM_TICKER::place_text(INT_U32 t)
 {
     INT_S16 offset;
     if (centred) {
-        offset = s16(x + (static_cast<INT_S32>(width) - text_width) / 2);
+        offset = clamp_s16(x + (static_cast<INT_S32>(width) - text_width) / 2);
     } else {
         INT_U64 travelled = duration ? static_cast<INT_U64>(t - start_time) * (width + text_width) / duration : 0;
-        offset = s16(static_cast<INT_S64>(x) + width - static_cast<INT_S64>(travelled));
+        offset = clamp_s16(static_cast<INT_S64>(x) + width - static_cast<INT_S64>(travelled));
     }
     if (offset != x_offset) {
         x_offset = offset;
@@ -334,7 +318,7 @@ INT_S32 WM_TICKER::animate(bool overlays)
         running = 0;
     }
     INT_U32 t = now();
-    if (running && t - start_time < duration) {
+    if (running && t - start_time < line_time()) {
         place_text(t);
         return code;
     }
@@ -348,21 +332,7 @@ INT_S32 WM_TICKER::update()
     INT_S32 code = WM_SCREEN_OBJECT::update();
     if (code || joined || !visible)
         return code;
-    INT_S32 px = wm_pointer_x();
-    INT_S32 py = wm_pointer_y();
-    bool left = (wm_button_mask() & BUTTON_PRIMARY) != 0;
-    if (left != (left_was_down != 0) && is_over_self(px, py) && left_callback) {
-        bool fire = (left && click_trigger != 1) || (!left && click_trigger != 0);
-        if (fire) {
-            click_x = s16(px - x);
-            click_y = s16(py - y);
-            code = left_callback(this, left_data1, left_data2);
-            click_x = -1;
-            click_y = -1;
-        }
-    }
-    left_was_down = left;
-    return code;
+    return left_click_step(left_was_down, click_trigger, click_x, click_y);
 }
 
 void WM_TICKER::paint()
@@ -371,17 +341,10 @@ void WM_TICKER::paint()
     const char* text = current_text();
     if (!target || !text || !text[0])
         return;
-    INT_S16 left = target->clip_left, right = target->clip_right, top = target->clip_top;
-    INT_S16 bottom = target->clip_bottom;
-    INT_U8 valid = target->clip_valid;
-    target->intersect_clip(x, y, s16(x + width - 1), s16(y + height - 1));
+    WM_CLIP_KEEPER kept(target);
+    target->intersect_clip(x, y, clamp_s16(x + width - 1), clamp_s16(y + height - 1));
     INT_S16 fx = font_x_sz == -1 ? target->default_font_width : font_x_sz;
     INT_S16 fy = font_y_sz == -1 ? target->default_font_height : font_y_sz;
-    target->draw_text(x_offset, s16(y + (static_cast<INT_S32>(height) - fy) / 2), line_colour(), COLOUR_INVISIBLE,
+    target->draw_text(x_offset, clamp_s16(y + (static_cast<INT_S32>(height) - fy) / 2), line_colour(), COLOUR_INVISIBLE,
         COLOUR_INVISIBLE, font_id, fx, fy, text, 0, shown_characters);
-    target->clip_left = left;
-    target->clip_right = right;
-    target->clip_top = top;
-    target->clip_bottom = bottom;
-    target->clip_valid = valid;
 }

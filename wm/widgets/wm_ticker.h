@@ -96,6 +96,8 @@ protected:
     virtual void begin_text(INT_U32 now);
     // Where the text stands at `now` within its time.
     virtual void place_text(INT_U32 now);
+    // How long the current line runs from start_time before the next one starts.
+    [[nodiscard]] virtual INT_U32 line_time() const { return duration; }
     [[nodiscard]] INT_U32 now() const;
     void end_of_pass();
     [[nodiscard]] INT_S32 measure(const char* text) const;

@@ -60,25 +60,3 @@ void WM_VIDIPRINTER::place_text(INT_U32 t)
         show(false);
     }
 }
-
-// The ticker's walk, with the line standing for hold_time after it was typed.
-INT_S32 WM_VIDIPRINTER::animate(bool overlays)
-{
-    INT_S32 code = WM_SCREEN_OBJECT::animate(overlays);
-    if (!visible || paused)
-        return code;
-    if (current_line < 0 || current_line >= lines.count()) {
-        if (lines.count() == 0)
-            return code;
-        current_line = -1;
-        running = 0;
-    }
-    INT_U32 t = now();
-    if (running && t - start_time < duration + hold_time) {
-        place_text(t);
-        return code;
-    }
-    if (next_line())
-        place_text(now());
-    return code;
-}

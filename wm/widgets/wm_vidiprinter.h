@@ -17,8 +17,6 @@ public:
         INT_S16 font_x_sz, INT_S16 font_y_sz, INT_U32 speed, INT_U16 hold_time,
         WM_CALLBACK left_callback = nullptr, PTR_INT_CAST left_data1 = 0, PTR_INT_CAST left_data2 = 0);
 
-    INT_S32 animate(bool overlays) override;
-
     // --- Fields, in the record's order ----------------------------------------------------------
     // The first character not yet typed, -1 when the whole line shows. The text itself is never
     // cut: painting draws this many characters, so markup and the lines stay whole.
@@ -28,6 +26,8 @@ public:
 protected:
     void begin_text(INT_U32 now) override;
     void place_text(INT_U32 now) override;
+    // The line stands for hold_time after it was typed.
+    [[nodiscard]] INT_U32 line_time() const override { return duration + hold_time; }
 
 private:
     INT_S32 length { 0 }; // characters of the current text
