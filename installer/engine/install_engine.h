@@ -98,6 +98,8 @@ private:
     bool write_log_header(const DATABASE& database);
     void append_to_log(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void release_globals();
+    bool open_file_folder(const char* destination);
+    void forget_file_folder();
 
     INT_S16 m_counter { 0 };
     INT_S16 m_total { 0 };
@@ -110,6 +112,10 @@ private:
     FOLDER m_install_root;
     // Open for the run, so that every line goes into the folder the header went into.
     DESTINATION_FOLDER m_log_folder;
+    // The folder of the last file and the destination text it was opened for (a text of the
+    // database's records, which outlive the run).
+    DESTINATION_FOLDER m_file_folder;
+    const char* m_file_folder_text { nullptr };
     FOLDER_SWEEPER m_swept;
 };
 

@@ -3,9 +3,12 @@
 #include "installer/engine/own_data_set.h"
 
 #include <cstdio>
+#include <new>
 
+#include "base/error_report.h"
 #include "frame/application_frame.h"
 #include "io/data_file.h"
+#include "installer/engine/data_set_reader.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
 #include "host/host.h"
@@ -72,7 +75,24 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
     }
     database->file_cache_sz = header.file_cache_size;
 
+    // The members are read straight out of the data set when it allows that; nothing the size
+    // of the payload goes to the temporary folder then.
     FOLDER temp("$TEMP");
+    DATA_SET_READER* reader = new (std::nothrow) DATA_SET_READER;
+    if (reader && reader->open(own, own_file_name, header)) {
+        FOLDER::close_data_file(&device);
+        database->use_data_set(reader);
+        database->data_folder = temp;
+        debug_printf(&installer_debug, "Data set read in place: %u chunks, package of %llu bytes\n",
+            reader->chunk_count(), static_cast<unsigned long long>(reader->package_size()));
+        return UNPACK_DONE;
+    }
+    delete reader;
+    if (host_stop_requested()) {
+        FOLDER::close_data_file(&device);
+        return UNPACK_INTERRUPTED;
+    }
+    debug_printf(&installer_debug, "Data set unpacked: %s\n", last_error_text());
     bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
     FOLDER::close_data_file(&device);
     bool stopped = quit_requested || host_stop_requested();
