@@ -18,8 +18,6 @@
 
 #include "bench_common.h"
 
-#include <signal.h>
-
 namespace {
 
 void write_payload_file(const std::string& path, size_t size, unsigned seed)
@@ -61,45 +59,6 @@ void make_payload(const std::string& payload, size_t total)
         write_payload_file(payload + "/large/big" + std::to_string(i), size, seed++);
         made += size;
     }
-}
-
-long long folder_bytes(const std::string& folder)
-{
-    bench::TREE_SIZE size;
-    bench::files_under(folder, &size);
-    return size.bytes;
-}
-
-// The install, with the peak size of the temporary folder under `temp_base`.
-bench::RUN install(const std::string& setup, const std::string& target, const std::string& home, long long* temp_peak)
-{
-    fflush(stdout);
-    auto start = std::chrono::steady_clock::now();
-    pid_t pid = fork();
-    if (pid == 0) {
-        int out = open("/dev/null", O_WRONLY);
-        dup2(out, STDOUT_FILENO);
-        setenv("HOME", home.c_str(), 1);
-        execl(setup.c_str(), setup.c_str(), "-a", "-i", target.c_str(), "-k", "none", static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    *temp_peak = 0;
-    int status = 0;
-    struct rusage usage {};
-    for (;;) {
-        pid_t done = wait4(pid, &status, WNOHANG, &usage);
-        if (done == pid)
-            break;
-        long long now = folder_bytes(home + "/tmp");
-        *temp_peak = std::max(*temp_peak, now);
-        usleep(20000);
-    }
-    bench::RUN result;
-    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.ok = result.status == 0;
-    result.peak_kib = usage.ru_maxrss;
-    return result;
 }
 
 bool measure(const std::string& work, const std::vector<std::string>& roots, const char* title)
@@ -147,7 +106,8 @@ bool measure(const std::string& work, const std::vector<std::string>& roots, con
         std::string suffix = std::to_string(round);
         std::string target = work + "/out-install" + suffix;
         long long temp_round = 0;
-        bench::RUN installed = install(work + "/setup", target, home, &temp_round);
+        bench::RUN installed = bench::run_watching({ work + "/setup", "-a", "-i", target, "-k", "none" }, "",
+            { "HOME=" + home }, home + "/tmp", &temp_round);
         if (!installed.ok) {
             fprintf(stderr, "the install failed (status %d)\n", installed.status);
             return false;

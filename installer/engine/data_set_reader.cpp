@@ -76,8 +76,7 @@ DATA_SET_READER::~DATA_SET_READER()
     delete[] m_chunks;
     delete[] m_stored;
     delete[] m_inflated;
-    delete[] m_entries;
-    delete[] m_slots;
+    delete[] m_volumes;
     delete[] m_installations;
 }
 
@@ -103,31 +102,70 @@ bool DATA_SET_READER::open(const FOLDER& folder, const char* name, const DATA_SE
         return fail(ERROR_PACKAGE_MEMORY, "data set");
     if (!list_chunks(header))
         return false;
-    if (m_chunk_count == 0)
-        return fail(ERROR_READ, "data set (no chunks)");
     start_prefetch(folder, name);
+    // The main package is the last; the others open when a member of theirs is asked for.
+    return open_volume(&m_volumes[m_volume_count - 1]);
+}
 
-    // The package's header and root record, at its start.
+// A package's header and root record, at its start, then its end.
+bool DATA_SET_READER::open_volume(VOLUME* volume)
+{
+    if (volume->opened)
+        return !volume->failed;
+    volume->opened = true;
+    volume->failed = true;
+    m_v = volume;
     INT_U8 head[HEADER_SIZE];
     if (!read_at(0, head, HEADER_SIZE) || memcmp(head, "ORLUPKG", 7) != 0)
         return fail(ERROR_NOT_A_PACKAGE, "data set");
     INT_S16 version = 0;
     memcpy(&version, head + 8, 2);
-    m_block_size = u32_at(head + 10);
+    m_v->block_size = u32_at(head + 10);
     INT_U32 root = u32_at(head + 14);
-    if (version != 1 || m_block_size == 0 || m_block_size > PACKAGE_MAX_BLOCK_SIZE)
+    if (version != 1 || m_v->block_size == 0 || m_v->block_size > PACKAGE_MAX_BLOCK_SIZE)
         return fail(ERROR_PACKAGE_VERSION, "data set");
     INT_U32 root_name = 0;
     INT_U32 links[2];
     if (!read_u32(root, &root_name) || root_name > PACKAGE_MAX_NAME
         || !read_at(static_cast<INT_U64>(root) + 4 + root_name, links, sizeof links))
         return fail(ERROR_READ, "data set (root record)");
-    m_first_entry = links[0];
-    m_last_entry = links[1];
+    m_v->first_entry = links[0];
+    m_v->last_entry = links[1];
     if (!find_end())
         return false;
-    m_walk_next = m_first_entry;
+    m_v->walk_next = m_v->first_entry;
+    volume->failed = false;
     return true;
+}
+
+INT_U64 DATA_SET_READER::forward_end() const
+{
+    return m_v->forward > m_v->begin ? m_chunks[m_v->forward - 1].start + m_chunks[m_v->forward - 1].length : 0;
+}
+
+DATA_SET_READER::VOLUME* DATA_SET_READER::select(const char* name, const char** member)
+{
+    *member = name;
+    VOLUME* volume = &m_volumes[m_volume_count - 1];
+    static const char prefix[] = "installer.pkg.";
+    if (name && strncmp(name, prefix, sizeof prefix - 1) == 0) {
+        const char* at = name + sizeof prefix - 1;
+        INT_U32 number = 0;
+        while (*at >= '0' && *at <= '9' && number < 100000)
+            number = number * 10 + static_cast<INT_U32>(*at++ - '0');
+        if (*at == '/' && at > name + sizeof prefix - 1) {
+            if (number == 0 || number >= m_volume_count) {
+                fail(ERROR_MEMBER_NOT_FOUND, name);
+                return nullptr;
+            }
+            volume = &m_volumes[number - 1];
+            *member = at + 1;
+        }
+    }
+    if (!open_volume(volume))
+        return nullptr;
+    m_v = volume;
+    return volume;
 }
 
 // The chunks' places in the file: a length in the data set's byte order, then the bytes.
@@ -151,8 +189,13 @@ bool DATA_SET_READER::list_chunks(const DATA_SET_HEADER& header)
         INT_U32 raw = u32_at(bytes);
         INT_S32 length = static_cast<INT_S32>(swap ? __builtin_bswap32(raw) : raw);
         at += 4;
-        // A chunk of length 0 or below holds nothing.
-        if (length <= 0)
+        // A chunk of length 0 ends a package; one below 0 holds nothing.
+        if (length == 0) {
+            if (!m_separators.push(m_chunk_count))
+                return fail(ERROR_PACKAGE_MEMORY, "data set");
+            continue;
+        }
+        if (length < 0)
             continue;
         if (static_cast<INT_U32>(length) > data_set_chunk_limit(m_cache_size))
             return fail(ERROR_READ, "data set (chunk longer than the cache)");
@@ -173,18 +216,32 @@ bool DATA_SET_READER::list_chunks(const DATA_SET_HEADER& header)
         chunk.stored = static_cast<INT_U32>(length);
         at += static_cast<INT_U64>(length);
     }
-    m_forward = 0;
-    m_tail = m_chunk_count;
-    if (!m_compressed) {
-        // Stored chunks are their own length: every place is known at once.
-        INT_U64 start = 0;
-        for (INT_U32 i = 0; i < m_chunk_count; ++i) {
-            m_chunks[i].length = m_chunks[i].stored;
-            m_chunks[i].start = start;
-            start += m_chunks[i].stored;
+    // One volume for each run of chunks between separators.
+    INT_U32 separators = static_cast<INT_U32>(m_separators.size());
+    m_volumes = new (std::nothrow) VOLUME[separators + 1];
+    if (!m_volumes)
+        return fail(ERROR_PACKAGE_MEMORY, "data set");
+    m_volume_count = separators + 1;
+    for (INT_U32 v = 0; v < m_volume_count; ++v) {
+        VOLUME& volume = m_volumes[v];
+        volume.begin = v == 0 ? 0 : m_separators[v - 1];
+        volume.end = v < separators ? m_separators[v] : m_chunk_count;
+        if (volume.begin == volume.end)
+            return fail(ERROR_READ, "data set (a package without chunks)");
+        volume.forward = volume.begin;
+        volume.tail = volume.end;
+        if (!m_compressed) {
+            // Stored chunks are their own length: every place is known at once.
+            INT_U64 start = 0;
+            for (INT_U32 i = volume.begin; i < volume.end; ++i) {
+                m_chunks[i].length = m_chunks[i].stored;
+                m_chunks[i].start = start;
+                m_chunks[i].placed = true;
+                start += m_chunks[i].stored;
+            }
+            volume.forward = volume.end;
+            volume.package_size = start;
         }
-        m_forward = m_chunk_count;
-        m_package_size = start;
     }
     return true;
 }
@@ -293,8 +350,7 @@ bool DATA_SET_READER::inflate(INT_U32 index)
     if (!take_prefetched(index, &size)
         && !inflate_from(m_file, &m_stream, &m_stream_ready, index, m_stored, m_inflated, &size))
         return fail(ERROR_READ, "data set (chunk does not inflate)");
-    bool placed = index < m_forward || index >= m_tail;
-    if (placed && chunk.length != size)
+    if (chunk.placed && chunk.length != size)
         return fail(ERROR_READ, "data set (chunk changed its length)");
     chunk.length = size;
     m_current = index;
@@ -314,31 +370,41 @@ bool DATA_SET_READER::inflate(INT_U32 index)
 // The chunk that holds `position`. Places chunks forward, inflating them, until one does.
 bool DATA_SET_READER::locate(INT_U64 position, INT_U32* index)
 {
-    INT_U64 forward_end = m_forward ? m_chunks[m_forward - 1].start + m_chunks[m_forward - 1].length : 0;
+    // The chunk in hand first: members are read in order.
+    if (m_current >= m_v->begin && m_current < m_v->end) {
+        const CHUNK& held = m_chunks[m_current];
+        if (held.placed && position >= held.start && position - held.start < held.length) {
+            *index = static_cast<INT_U32>(m_current);
+            return true;
+        }
+    }
+    INT_U64 end_of_forward = forward_end();
     INT_U32 low = 0, high = 0;
-    if (position < forward_end) {
-        low = 0;
-        high = m_forward;
-    } else if (m_tail < m_chunk_count && position >= m_chunks[m_tail].start) {
-        if (position >= m_package_size)
+    if (position < end_of_forward) {
+        low = m_v->begin;
+        high = m_v->forward;
+    } else if (m_v->tail < m_v->end && position >= m_chunks[m_v->tail].start) {
+        if (position >= m_v->package_size)
             return fail(ERROR_READ, "data set (position beyond the package)");
-        low = m_tail;
-        high = m_chunk_count;
+        low = m_v->tail;
+        high = m_v->end;
     } else {
-        while (m_forward < m_tail) {
-            if (!inflate(m_forward))
+        while (m_v->forward < m_v->tail) {
+            if (!inflate(m_v->forward))
                 return false;
-            m_chunks[m_forward].start = forward_end;
-            forward_end += m_chunks[m_forward].length;
-            ++m_forward;
-            if (m_forward == m_tail && m_tail < m_chunk_count && forward_end != m_chunks[m_tail].start)
+            CHUNK& chunk = m_chunks[m_v->forward];
+            chunk.start = end_of_forward;
+            chunk.placed = true;
+            end_of_forward += chunk.length;
+            ++m_v->forward;
+            if (m_v->forward == m_v->tail && m_v->tail < m_v->end && end_of_forward != m_chunks[m_v->tail].start)
                 return fail(ERROR_READ, "data set (chunks do not add up)");
-            if (position < forward_end) {
-                *index = m_forward - 1;
+            if (position < end_of_forward) {
+                *index = m_v->forward - 1;
                 return true;
             }
         }
-        if (m_tail < m_chunk_count && position >= m_chunks[m_tail].start)
+        if (m_v->tail < m_v->end && position >= m_chunks[m_v->tail].start)
             return locate(position, index);
         return fail(ERROR_READ, "data set (position beyond the package)");
     }
@@ -384,24 +450,23 @@ bool DATA_SET_READER::read_u32(INT_U64 position, INT_U32* value) { return read_a
 // which is the package's length less one block. The last member's entry then confirms it.
 bool DATA_SET_READER::find_end()
 {
-    INT_U64 forward_end = m_forward ? m_chunks[m_forward - 1].start + m_chunks[m_forward - 1].length : 0;
-    if (!m_compressed || m_forward == m_chunk_count) {
-        m_package_size = forward_end;
-        m_tail = m_chunk_count;
-        if (!m_last_entry)
+    if (!m_compressed || m_v->forward == m_v->end) {
+        m_v->package_size = forward_end();
+        m_v->tail = m_v->end;
+        if (!m_v->last_entry)
             return true;
         ENTRY entry;
         char name[PACKAGE_MAX_NAME + 1];
-        return read_entry(m_last_entry, &entry, name, sizeof name) && add_entry(entry, name);
+        return read_entry(m_v->last_entry, &entry, name, sizeof name) && add_entry(entry, name);
     }
     // The last bytes of the package, gathered from the last chunks however short they are.
-    INT_U32 unit = m_block_size + 8;
+    INT_U32 unit = m_v->block_size + 8;
     INT_U32 need = 2 * unit + 16;
     INT_U8* tail = new (std::nothrow) INT_U8[need];
     if (!tail)
         return fail(ERROR_PACKAGE_MEMORY, "data set");
     INT_U32 length = 0;
-    for (INT_U32 index = m_chunk_count; length < need && index > 0;) {
+    for (INT_U32 index = m_v->end; length < need && index > m_v->begin;) {
         --index;
         if (!inflate(index)) {
             delete[] tail;
@@ -432,49 +497,54 @@ bool DATA_SET_READER::find_end()
 
 bool DATA_SET_READER::try_end(INT_U64 package_size)
 {
-    INT_U32 last = m_chunk_count - 1;
+    INT_U32 last = m_v->end - 1;
     if (!inflate(last))
         return false;
     INT_U32 length = m_chunks[last].length;
-    INT_U64 forward_end = m_forward ? m_chunks[m_forward - 1].start + m_chunks[m_forward - 1].length : 0;
     // Every chunk but the last holds at most the cache size, and positions are 32 bits.
-    if (package_size < static_cast<INT_U64>(length) + forward_end || package_size > 0xFFFFFFFFull
-        || package_size > static_cast<INT_U64>(m_chunk_count) * m_cache_size || m_last_entry >= package_size
-        || package_size - m_last_entry > TAIL_BUDGET)
+    if (package_size < static_cast<INT_U64>(length) + forward_end() || package_size > 0xFFFFFFFFull
+        || package_size > static_cast<INT_U64>(m_v->end - m_v->begin) * m_cache_size || m_v->last_entry >= package_size
+        || package_size - m_v->last_entry > TAIL_BUDGET)
         return false;
-    m_package_size = package_size;
-    m_tail = last;
+    m_v->package_size = package_size;
+    m_v->tail = last;
     m_chunks[last].start = package_size - length;
+    m_chunks[last].placed = true;
     ENTRY entry;
     char name[PACKAGE_MAX_NAME + 1];
-    INT_U32 unit = m_block_size + 8;
-    bool ok = place_tail_down_to(m_last_entry) && read_entry(m_last_entry, &entry, name, sizeof name)
+    INT_U32 unit = m_v->block_size + 8;
+    bool ok = place_tail_down_to(m_v->last_entry) && read_entry(m_v->last_entry, &entry, name, sizeof name)
         && entry.next_entry == 0 && entry.last_block == package_size - unit;
     if (ok)
         return add_entry(entry, name) != nullptr;
     // Not this one: nothing is placed from the end.
-    m_tail = m_chunk_count;
-    m_package_size = 0;
+    for (INT_U32 i = m_v->tail; i < m_v->end; ++i) {
+        if (i >= m_v->forward)
+            m_chunks[i].placed = false;
+    }
+    m_v->tail = m_v->end;
+    m_v->package_size = 0;
     return false;
 }
 
 // Places chunks from the end backward until the tail holds `position`.
 bool DATA_SET_READER::place_tail_down_to(INT_U64 position)
 {
-    INT_U64 forward_end = m_forward ? m_chunks[m_forward - 1].start + m_chunks[m_forward - 1].length : 0;
-    while (m_chunks[m_tail].start > position) {
-        if (m_tail == m_forward)
-            return m_chunks[m_tail].start == forward_end || fail(ERROR_READ, "data set (chunks do not add up)");
-        if (m_package_size - m_chunks[m_tail].start > TAIL_BUDGET + SEARCH_BUDGET)
+    INT_U64 end_of_forward = forward_end();
+    while (m_chunks[m_v->tail].start > position) {
+        if (m_v->tail == m_v->forward)
+            return m_chunks[m_v->tail].start == end_of_forward || fail(ERROR_READ, "data set (chunks do not add up)");
+        if (m_v->package_size - m_chunks[m_v->tail].start > TAIL_BUDGET + SEARCH_BUDGET)
             return fail(ERROR_READ, "data set (too much behind the payload)");
-        INT_U32 index = m_tail - 1;
+        INT_U32 index = m_v->tail - 1;
         if (!inflate(index))
             return false;
         INT_U32 length = m_chunks[index].length;
-        if (length > m_chunks[m_tail].start || m_chunks[m_tail].start - length < forward_end)
+        if (length > m_chunks[m_v->tail].start || m_chunks[m_v->tail].start - length < end_of_forward)
             return fail(ERROR_READ, "data set (chunks do not add up)");
-        m_chunks[index].start = m_chunks[m_tail].start - length;
-        m_tail = index;
+        m_chunks[index].start = m_chunks[m_v->tail].start - length;
+        m_chunks[index].placed = true;
+        m_v->tail = index;
     }
     return true;
 }
@@ -488,8 +558,8 @@ bool DATA_SET_READER::place_tail_down_to(INT_U64 position)
 bool DATA_SET_READER::read_entry(INT_U32 position, ENTRY* entry, char* name, INT_U32 name_size)
 {
     INT_U32 name_length = 0;
-    if (static_cast<INT_U64>(position) + ENTRY_FIXED_SIZE > m_package_size || !read_u32(position, &name_length)
-        || name_length >= name_size || static_cast<INT_U64>(position) + ENTRY_FIXED_SIZE + name_length > m_package_size)
+    if (static_cast<INT_U64>(position) + ENTRY_FIXED_SIZE > m_v->package_size || !read_u32(position, &name_length)
+        || name_length >= name_size || static_cast<INT_U64>(position) + ENTRY_FIXED_SIZE + name_length > m_v->package_size)
         return fail(ERROR_READ, "data set (entry)");
     INT_U32 links[4];
     if (!read_at(static_cast<INT_U64>(position) + 4, name, name_length)
@@ -502,10 +572,10 @@ bool DATA_SET_READER::read_entry(INT_U32 position, ENTRY* entry, char* name, INT
     entry->first_block = links[0];
     entry->last_block = links[1];
     entry->next_entry = links[2];
-    INT_U32 unit = m_block_size + 8;
+    INT_U32 unit = m_v->block_size + 8;
     bool empty = entry->first_block == 0 && entry->last_block == 0;
     bool blocks_fit = entry->first_block >= position + ENTRY_FIXED_SIZE + name_length
-        && entry->last_block >= entry->first_block && static_cast<INT_U64>(entry->last_block) + unit <= m_package_size;
+        && entry->last_block >= entry->first_block && static_cast<INT_U64>(entry->last_block) + unit <= m_v->package_size;
     if (!empty && !blocks_fit)
         return fail(ERROR_READ, "data set (entry blocks)");
     // Entries run forward through the package, so that walking them ends.
@@ -516,8 +586,8 @@ bool DATA_SET_READER::read_entry(INT_U32 position, ENTRY* entry, char* name, INT
 
 const DATA_SET_READER::ENTRY* DATA_SET_READER::add_entry(const ENTRY& entry, const char* name)
 {
-    if ((m_entry_count + 1) * 2 > m_slot_count) {
-        INT_U32 slots = m_slot_count ? m_slot_count * 2 : 256;
+    if ((m_v->entry_count + 1) * 2 > m_v->slot_count) {
+        INT_U32 slots = m_v->slot_count ? m_v->slot_count * 2 : 256;
         INT_U32* table = new (std::nothrow) INT_U32[slots]();
         ENTRY* entries = new (std::nothrow) ENTRY[slots / 2];
         if (!table || !entries) {
@@ -526,35 +596,34 @@ const DATA_SET_READER::ENTRY* DATA_SET_READER::add_entry(const ENTRY& entry, con
             fail(ERROR_PACKAGE_MEMORY, "data set");
             return nullptr;
         }
-        for (INT_U32 i = 0; i < m_entry_count; ++i) {
-            entries[i] = m_entries[i];
+        for (INT_U32 i = 0; i < m_v->entry_count; ++i) {
+            entries[i] = m_v->entries[i];
             INT_U32 slot = text_hash(entries[i].name) & (slots - 1);
             while (table[slot])
                 slot = (slot + 1) & (slots - 1);
             table[slot] = i + 1;
         }
-        delete[] m_entries;
-        delete[] m_slots;
-        m_entries = entries;
-        m_slots = table;
-        m_slot_count = slots;
-        m_entry_capacity = slots / 2;
+        delete[] m_v->entries;
+        delete[] m_v->slots;
+        m_v->entries = entries;
+        m_v->slots = table;
+        m_v->slot_count = slots;
     }
-    INT_U32 slot = text_hash(name) & (m_slot_count - 1);
-    for (; m_slots[slot]; slot = (slot + 1) & (m_slot_count - 1)) {
-        const ENTRY& held = m_entries[m_slots[slot] - 1];
+    INT_U32 slot = text_hash(name) & (m_v->slot_count - 1);
+    for (; m_v->slots[slot]; slot = (slot + 1) & (m_v->slot_count - 1)) {
+        const ENTRY& held = m_v->entries[m_v->slots[slot] - 1];
         if (strcmp(held.name, name) == 0)
             return &held;
     }
-    const char* stored = m_names.store_once(name);
+    const char* stored = m_v->names.store_once(name);
     if (!stored) {
         fail(ERROR_PACKAGE_MEMORY, "data set");
         return nullptr;
     }
-    ENTRY& added = m_entries[m_entry_count];
+    ENTRY& added = m_v->entries[m_v->entry_count];
     added = entry;
     added.name = stored;
-    m_slots[slot] = ++m_entry_count;
+    m_v->slots[slot] = ++m_v->entry_count;
     return &added;
 }
 
@@ -562,34 +631,34 @@ const DATA_SET_READER::ENTRY* DATA_SET_READER::add_entry(const ENTRY& entry, con
 // members behind the payload begin, which are in the index already.
 bool DATA_SET_READER::walk_forward_once()
 {
-    if (!m_walk_next)
+    if (!m_v->walk_next)
         return false;
     ENTRY entry;
     char name[PACKAGE_MAX_NAME + 1];
-    if (!read_entry(m_walk_next, &entry, name, sizeof name) || !add_entry(entry, name)) {
-        m_walk_next = 0;
+    if (!read_entry(m_v->walk_next, &entry, name, sizeof name) || !add_entry(entry, name)) {
+        m_v->walk_next = 0;
         return false;
     }
-    m_walk_next = entry.next_entry;
-    if (m_tail_complete && m_walk_next == m_tail_first_entry)
-        m_walk_next = 0;
+    m_v->walk_next = entry.next_entry;
+    if (m_v->tail_complete && m_v->walk_next == m_v->tail_first_entry)
+        m_v->walk_next = 0;
     return true;
 }
 
 const DATA_SET_READER::ENTRY* DATA_SET_READER::find(const char* name)
 {
-    if (!name || !m_slot_count)
+    if (!name || !m_v->slot_count)
         return nullptr;
     for (;;) {
-        INT_U32 slot = text_hash(name) & (m_slot_count - 1);
-        for (; m_slots[slot]; slot = (slot + 1) & (m_slot_count - 1)) {
-            const ENTRY& held = m_entries[m_slots[slot] - 1];
+        INT_U32 slot = text_hash(name) & (m_v->slot_count - 1);
+        for (; m_v->slots[slot]; slot = (slot + 1) & (m_v->slot_count - 1)) {
+            const ENTRY& held = m_v->entries[m_v->slots[slot] - 1];
             if (strcmp(held.name, name) == 0)
                 return &held;
         }
         // Behind the payload every member is known: a name that is no payload file's is not
         // looked for through the payload.
-        if (m_tail_complete && !looks_like_payload(name))
+        if (m_v->tail_complete && !looks_like_payload(name))
             return nullptr;
         if (!walk_forward_once())
             return nullptr;
@@ -616,7 +685,10 @@ bool DATA_SET_READER::looks_like_payload(const char* name) const
 
 void DATA_SET_READER::index_tail(const DATABASE& database)
 {
-    if (!is_open() || m_tail_complete)
+    if (!is_open())
+        return;
+    m_v = &m_volumes[m_volume_count - 1];
+    if (m_v->tail_complete || m_v->failed)
         return;
     delete[] m_installations;
     m_installations = new (std::nothrow) const char*[database.installation_count > 0 ? database.installation_count : 1];
@@ -631,8 +703,10 @@ void DATA_SET_READER::index_tail(const DATABASE& database)
             return;
         m_installations[m_installation_count++] = stored;
         for (INT_S16 f = 0; f < installation.file_count; ++f) {
-            if (installation.files[f].packed_name[0])
-                last_payload = installation.files[f].packed_name;
+            // Members of the other packages are named with their package and a "/".
+            const char* packed = installation.files[f].packed_name;
+            if (packed[0] && !strchr(packed, '/'))
+                last_payload = packed;
         }
     }
     // Without payload the forward walk meets the members behind it at once.
@@ -650,10 +724,10 @@ void DATA_SET_READER::index_tail(const DATABASE& database)
     }
     // The first member behind the payload is the one behind the last payload file.
     if (read_entry(position, &entry, name, sizeof name))
-        m_tail_first_entry = entry.next_entry;
-    m_tail_complete = m_tail_first_entry != 0;
-    if (m_walk_next == m_tail_first_entry)
-        m_walk_next = 0;
+        m_v->tail_first_entry = entry.next_entry;
+    m_v->tail_complete = m_v->tail_first_entry != 0;
+    if (m_v->walk_next == m_v->tail_first_entry)
+        m_v->walk_next = 0;
 }
 
 // Whether the entries from `position` on run, each right behind the blocks of the one before, to
@@ -661,7 +735,7 @@ void DATA_SET_READER::index_tail(const DATABASE& database)
 // an entry (a packed name inside the database's own stream) do not have.
 bool DATA_SET_READER::chain_reaches_end(INT_U32 position)
 {
-    INT_U32 unit = m_block_size + 8;
+    INT_U32 unit = m_v->block_size + 8;
     for (INT_U32 count = 0; count < 1000000; ++count) {
         ENTRY entry;
         char name[PACKAGE_MAX_NAME + 1];
@@ -673,7 +747,7 @@ bool DATA_SET_READER::chain_reaches_end(INT_U32 position)
             return false;
         INT_U64 behind_blocks = empty ? behind_record : static_cast<INT_U64>(entry.last_block) + unit;
         if (entry.next_entry == 0)
-            return position == m_last_entry && behind_blocks == m_package_size;
+            return position == m_v->last_entry && behind_blocks == m_v->package_size;
         if (entry.next_entry != behind_blocks)
             return false;
         position = entry.next_entry;
@@ -688,7 +762,7 @@ bool DATA_SET_READER::search_entry_backward(const char* name, INT_U32* position)
 {
     INT_U32 length = static_cast<INT_U32>(strlen(name));
     INT_U32 pattern_size = 4 + length;
-    if (length == 0 || length > PACKAGE_MAX_NAME || m_tail >= m_chunk_count)
+    if (length == 0 || length > PACKAGE_MAX_NAME || m_v->tail >= m_v->end)
         return false;
     INT_U8* pattern = new (std::nothrow) INT_U8[pattern_size];
     // The end of the chunk searched before, so that a record across the boundary is found too.
@@ -702,13 +776,14 @@ bool DATA_SET_READER::search_entry_backward(const char* name, INT_U32* position)
     memcpy(pattern + 4, name, length);
     INT_U64 searched = 0;
     bool found = false;
-    INT_U32 index = m_chunk_count;
+    INT_U32 index = m_v->end;
     INT_U32 seam_head = 0; // bytes at the start of the chunk after `index` kept in the seam
-    while (!found && index > 0 && searched <= SEARCH_BUDGET + (m_package_size - m_last_entry)) {
+    while (!found && index > m_v->begin && searched <= SEARCH_BUDGET + (m_v->package_size - m_v->last_entry)) {
         --index;
-        if (index < m_tail && !place_tail_down_to(m_chunks[index + 1].start - 1))
+        // Chunks placed from the start (a small package) are searched as they stand.
+        if (!m_chunks[index].placed && !place_tail_down_to(m_chunks[index + 1].start - 1))
             break;
-        if (index < m_tail || !inflate(index))
+        if (!m_chunks[index].placed || !inflate(index))
             break;
         const CHUNK& chunk = m_chunks[index];
         searched += chunk.length;
@@ -723,7 +798,7 @@ bool DATA_SET_READER::search_entry_backward(const char* name, INT_U32* position)
             ENTRY entry;
             char held[PACKAGE_MAX_NAME + 1];
             INT_U64 candidate = chunk.start + at;
-            found = candidate < m_last_entry && read_entry(static_cast<INT_U32>(candidate), &entry, held, sizeof held)
+            found = candidate < m_v->last_entry && read_entry(static_cast<INT_U32>(candidate), &entry, held, sizeof held)
                 && strcmp(held, name) == 0 && chain_reaches_end(static_cast<INT_U32>(candidate));
             if (found)
                 *position = static_cast<INT_U32>(candidate);
@@ -743,7 +818,7 @@ bool DATA_SET_READER::search_entry_backward(const char* name, INT_U32* position)
                 ENTRY entry;
                 char held[PACKAGE_MAX_NAME + 1];
                 INT_U64 candidate = chunk.start + chunk.length - tail_part + at;
-                found = candidate < m_last_entry && read_entry(static_cast<INT_U32>(candidate), &entry, held, sizeof held)
+                found = candidate < m_v->last_entry && read_entry(static_cast<INT_U32>(candidate), &entry, held, sizeof held)
                     && strcmp(held, name) == 0 && chain_reaches_end(static_cast<INT_U32>(candidate));
                 if (found)
                     *position = static_cast<INT_U32>(candidate);
@@ -763,7 +838,11 @@ bool DATA_SET_READER::search_entry_backward(const char* name, INT_U32* position)
 // [SECTION] Members
 // ---------------------------------------------------------------------------------------------
 
-bool DATA_SET_READER::has_member(const char* name) { return find(name) != nullptr; }
+bool DATA_SET_READER::has_member(const char* name)
+{
+    const char* member = nullptr;
+    return select(name, &member) && find(member) != nullptr;
+}
 
 // A member's chain, block by block, handed to the sink straight from the inflated chunk when a
 // block lies whole in one. Loops are caught as the package walks them: a bound on the blocks and
@@ -772,12 +851,15 @@ bool DATA_SET_READER::read_member(const char* member_name, MEMBER_SINK sink, voi
 {
     if (!is_open())
         return fail(ERROR_PACKAGE_NOT_OPEN, nullptr);
-    const ENTRY* found = find(member_name);
+    const char* member = nullptr;
+    if (!select(member_name, &member))
+        return false;
+    const ENTRY* found = find(member);
     if (!found)
         return fail(ERROR_MEMBER_NOT_FOUND, member_name ? member_name : "");
     ENTRY entry = *found;
-    INT_U32 unit = m_block_size + 8;
-    INT_U64 most = m_package_size / unit + 1;
+    INT_U32 unit = m_v->block_size + 8;
+    INT_U64 most = m_v->package_size / unit + 1;
     INT_U32 mark = 0, steps_since_mark = 0, next_move = 1;
     INT_U8* spare = nullptr;
     bool ok = true;
@@ -792,7 +874,7 @@ bool DATA_SET_READER::read_member(const char* member_name, MEMBER_SINK sink, voi
             steps_since_mark = 0;
             next_move = next_move < 0x80000000u ? next_move * 2 : next_move;
         }
-        if (static_cast<INT_U64>(position) + unit > m_package_size) {
+        if (static_cast<INT_U64>(position) + unit > m_v->package_size) {
             ok = fail(ERROR_READ, "data set (block beyond the package)");
             break;
         }
@@ -815,8 +897,8 @@ bool DATA_SET_READER::read_member(const char* member_name, MEMBER_SINK sink, voi
             block = spare;
         }
         INT_U32 next = u32_at(block);
-        INT_U32 used = u32_at(block + 4 + m_block_size);
-        if (used > m_block_size) {
+        INT_U32 used = u32_at(block + 4 + m_v->block_size);
+        if (used > m_v->block_size) {
             ok = fail(ERROR_READ, "data set (block claims more than it holds)");
             break;
         }

@@ -26,6 +26,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
+#include <new>
 
 #include "base/orlu_types.h"
 #include "base/text_arena.h"
@@ -61,15 +62,18 @@ public:
     // and the package's length.
     [[nodiscard]] INT_U64 chunks_inflated() const { return m_inflations; }
     [[nodiscard]] INT_U32 chunk_count() const { return m_chunk_count; }
-    [[nodiscard]] INT_U64 package_size() const { return m_package_size; }
-    [[nodiscard]] bool tail_indexed() const { return m_tail_first_entry != 0 || m_tail_complete; }
+    // The main package's length, and how many packages the data set holds.
+    [[nodiscard]] INT_U64 package_size() const { return m_volume_count ? m_volumes[m_volume_count - 1].package_size : 0; }
+    [[nodiscard]] INT_U32 package_count() const { return m_volume_count; }
+    [[nodiscard]] bool tail_indexed() const { return m_volume_count && m_volumes[m_volume_count - 1].tail_complete; }
 
 private:
     struct CHUNK {
         INT_U64 file_offset { 0 }; // its bytes in the installer file
         INT_U32 stored { 0 };      // their length
         INT_U32 length { 0 };      // inflated, once known
-        INT_U64 start { 0 };       // its first byte's package position, once known
+        INT_U64 start { 0 };       // its first byte's position in its package, once placed
+        bool placed { false };     // start and length are known
     };
     struct ENTRY {
         const char* name { nullptr };
@@ -126,8 +130,31 @@ private:
 
     CHUNK* m_chunks { nullptr };
     INT_U32 m_chunk_count { 0 };
-    INT_U32 m_forward { 0 }; // chunks [0, m_forward) are placed from the start
-    INT_U32 m_tail { 0 };    // chunks [m_tail, m_chunk_count) are placed from the end
+    // Where chunks of length 0 stood: the index of the chunk behind each.
+    struct SEPARATORS {
+        INT_U32* items { nullptr };
+        INT_U32 count { 0 };
+        INT_U32 capacity { 0 };
+        ~SEPARATORS() { delete[] items; }
+        [[nodiscard]] size_t size() const { return count; }
+        INT_U32 operator[](size_t i) const { return items[i]; }
+        bool push(INT_U32 value)
+        {
+            if (count == capacity) {
+                INT_U32 grown_capacity = capacity ? capacity * 2 : 8;
+                INT_U32* grown = new (std::nothrow) INT_U32[grown_capacity];
+                if (!grown)
+                    return false;
+                for (INT_U32 i = 0; i < count; ++i)
+                    grown[i] = items[i];
+                delete[] items;
+                items = grown;
+                capacity = grown_capacity;
+            }
+            items[count++] = value;
+            return true;
+        }
+    } m_separators;
 
     INT_U8* m_stored { nullptr };   // one chunk as it stands in the file
     INT_U8* m_inflated { nullptr }; // one chunk inflated
@@ -137,22 +164,49 @@ private:
     bool m_stream_ready { false };
     PREFETCH m_prefetch;
 
-    INT_U64 m_package_size { 0 };
-    INT_U32 m_block_size { 0 };
-    INT_U32 m_first_entry { 0 };
-    INT_U32 m_last_entry { 0 };
+    // One package of the data set. A data set of one package is that package alone; a larger one
+    // holds packages under 4 GiB each, one behind the other, parted by chunks of length 0: the
+    // last is the main package ("installer.pkg", with the database at its end), the ones before
+    // it are "installer.pkg.1", "installer.pkg.2" and so on, holding payload only. A packed name
+    // "installer.pkg.N/<member>" names a member of package N.
+    struct VOLUME {
+        INT_U32 begin { 0 };   // its chunks are [begin, end) of m_chunks
+        INT_U32 end { 0 };
+        INT_U32 forward { 0 }; // chunks [begin, forward) are placed from the start
+        INT_U32 tail { 0 };    // chunks [tail, end) are placed from the end
+        bool opened { false };
+        bool failed { false };
+        INT_U64 package_size { 0 };
+        INT_U32 block_size { 0 };
+        INT_U32 first_entry { 0 };
+        INT_U32 last_entry { 0 };
+        // Entries found so far, by name; the first of a name stays.
+        TEXT_ARENA names;
+        ENTRY* entries { nullptr };
+        INT_U32 entry_count { 0 };
+        INT_U32* slots { nullptr }; // open addressing over entries, index + 1, 0 for free
+        INT_U32 slot_count { 0 };
+        INT_U32 walk_next { 0 };        // the next entry the forward walk reads; 0 when it is done
+        INT_U32 tail_first_entry { 0 }; // the first entry behind the payload, when found
+        bool tail_complete { false };   // every member behind the payload is in the index
 
-    // Entries found so far, by name; the first of a name stays.
-    TEXT_ARENA m_names;
-    ENTRY* m_entries { nullptr };
-    INT_U32 m_entry_count { 0 };
-    INT_U32 m_entry_capacity { 0 };
-    INT_U32* m_slots { nullptr }; // open addressing over m_entries, index + 1, 0 for free
-    INT_U32 m_slot_count { 0 };
+        ~VOLUME()
+        {
+            delete[] entries;
+            delete[] slots;
+        }
+    };
 
-    INT_U32 m_walk_next { 0 };       // the next entry the forward walk reads; 0 when it is done
-    INT_U32 m_tail_first_entry { 0 }; // the first entry behind the payload, when found
-    bool m_tail_complete { false };   // every member behind the payload is in the index
+    bool open_volume(VOLUME* volume);
+    // The volume of a packed name and the member's name in it; opens the volume on first use.
+    // Null when the name names a package the data set does not have, or it does not open.
+    VOLUME* select(const char* name, const char** member);
+    [[nodiscard]] INT_U64 forward_end() const;
+
+    VOLUME* m_volumes { nullptr };
+    INT_U32 m_volume_count { 0 };
+    VOLUME* m_v { nullptr }; // the volume being read
+
     // Installation names, for telling payload names ("<installation>0001") from the others.
     TEXT_ARENA m_installation_texts;
     const char** m_installations { nullptr };

@@ -74,6 +74,7 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
         return UNPACK_DAMAGED;
     }
     database->file_cache_sz = header.file_cache_size;
+    set_data_set_end(own, own_file_name, &header);
 
     // The members are read straight out of the data set when it allows that; nothing the size
     // of the payload goes to the temporary folder then.
