@@ -201,6 +201,49 @@ inline std::vector<std::string> real_trees()
     return roots;
 }
 
+// Runs a program as run() does, and meanwhile looks at the bytes under `watched` every 20 ms:
+// the largest sum seen goes to `peak` (a program's temporary space, say).
+inline RUN run_watching(const std::vector<std::string>& words, const std::string& output,
+    const std::vector<std::string>& environment, const std::string& watched, long long* peak)
+{
+    std::vector<char*> argv;
+    for (const std::string& word : words)
+        argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    fflush(stdout);
+    auto start = std::chrono::steady_clock::now();
+    pid_t pid = fork();
+    if (pid < 0)
+        return RUN();
+    if (pid == 0) {
+        int out = open(output.empty() ? "/dev/null" : output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (out < 0)
+            _exit(126);
+        dup2(out, STDOUT_FILENO);
+        for (const std::string& entry : environment)
+            putenv(strdup(entry.c_str()));
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    *peak = 0;
+    int status = 0;
+    struct rusage usage {};
+    for (;;) {
+        if (wait4(pid, &status, WNOHANG, &usage) == pid)
+            break;
+        TREE_SIZE size;
+        files_under(watched, &size);
+        *peak = std::max(*peak, size.bytes);
+        usleep(20000);
+    }
+    RUN result;
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.ok = result.status == 0;
+    result.peak_kib = usage.ru_maxrss;
+    return result;
+}
+
 // Reads every file once, so that each side of a comparison finds them in the page cache.
 inline void warm(const std::vector<std::string>& roots)
 {

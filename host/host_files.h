@@ -88,7 +88,7 @@ struct HOST_FILE_INFO {
     bool owner_read { false };
     bool owner_write { false };
     bool owner_execute { false };
-    INT_U32 size { 0 };
+    INT_U64 size { 0 };         // bytes; a payload file may pass 4 GiB
     INT_U32 modified { 0 };     // seconds since 1970
 };
 // False when the path cannot be looked at.

@@ -8,6 +8,8 @@
 
 #include "io/data_file.h"
 
+#include <sys/types.h>
+
 #include <zlib.h>
 
 #include <cstring>
@@ -132,11 +134,15 @@ namespace {
 
 INT_U32 stream_end(FILE* stream)
 {
-    if (fseek(stream, 0, SEEK_END) != 0)
+    if (fseeko(stream, 0, SEEK_END) != 0)
         return 0;
-    long end = ftell(stream);
+    off_t end = ftello(stream);
     fseek(stream, 0, SEEK_SET);
-    return end > 0 ? static_cast<INT_U32>(end) : 0;
+    // Positions are 32 bits: of a larger file (an installer with a data set past 4 GiB) the
+    // first 4 GiB can be read, and nothing wraps round to a small size.
+    if (end <= 0)
+        return 0;
+    return end > static_cast<off_t>(0xFFFFFFFFu) ? 0xFFFFFFFFu : static_cast<INT_U32>(end);
 }
 
 // The size of a gzip file's data, from its trailer. A file without the gzip magic is read by

@@ -813,7 +813,7 @@ bool FOLDER::list_entries(bool want_folders, INT_S32 sort, bool append, DIRECTOR
         entry->is_folder = info.is_folder;
         entry->read_only = info.owner_read && !info.owner_write;
         entry->writable = info.owner_write;
-        entry->size = info.size;
+        entry->size = info.size > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<INT_U32>(info.size);
         entry->modified = info.modified;
         ++*count;
     }

@@ -25,6 +25,7 @@
 #include "base/containers.h"
 #include "io/data_file.h"
 #include "io/folder.h"
+#include "io/member_store.h"
 #include "base/orlu_types.h"
 #include "io/text_file.h"
 
@@ -52,7 +53,7 @@ struct PACKAGE_ENTRY {
 };
 
 // Takes a member's bytes, one block's worth at a time; answers false to stop the reading.
-typedef bool (*PACKAGE_SINK)(const void* bytes, INT_U32 size, void* context);
+typedef MEMBER_SINK PACKAGE_SINK;
 
 // What ties a member opened as a file to its package: the member is extracted to a private
 // temporary file, which is what the caller reads and writes; a member opened for writing goes back
@@ -124,7 +125,7 @@ private:
     bool m_failed { false };
 };
 
-class PACKAGE {
+class PACKAGE : public MEMBER_STORE {
 public:
     // Opens `file_name` in `folder`, or creates it when `create` is set (block_size 0 or less:
     // PACKAGE_DEFAULT_BLOCK_SIZE). On failure is_open() is false and the last-error slot says why.
@@ -132,7 +133,7 @@ public:
         bool cached_index, bool read_only);
     // Closes the package as close() does; a failure there is lost, so a caller that wrote to
     // the package closes it itself.
-    virtual ~PACKAGE();
+    ~PACKAGE() override;
     PACKAGE(const PACKAGE&) = delete;
     PACKAGE& operator=(const PACKAGE&) = delete;
 
@@ -141,7 +142,7 @@ public:
     // package on disk is then not what was added to it. The package is closed either way.
     [[nodiscard]] bool close();
 
-    [[nodiscard]] bool is_open() const { return m_device != nullptr; }
+    [[nodiscard]] bool is_open() const override { return m_device != nullptr; }
     [[nodiscard]] bool is_read_only() const { return m_read_only; }
     [[nodiscard]] INT_U32 block_size() const { return m_block_size; }
 
@@ -153,14 +154,14 @@ public:
     bool add_file(const FOLDER& folder, const char* file_name, const char* member_name,
         bool keep_going, PACKAGE_PROGRESS progress, void* context);
     // Writes a member to a file (member_name null: the file name).
-    bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name);
+    bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name) override;
     bool extract_file(const FOLDER& folder, const char* file_name, const char* member_name,
         PACKAGE_PROGRESS progress, void* context);
 
     // Hands the member's bytes to `sink` in order. False when the member is missing, its chain
     // is damaged or loops, the sink answered false (the slot is then the sink's), or a stop of
     // the run was requested (host.h); what the sink was given so far is then not the member.
-    bool read_member(const char* member_name, PACKAGE_SINK sink, void* context);
+    bool read_member(const char* member_name, PACKAGE_SINK sink, void* context) override;
 
     // A member as a device or a text file; null when it cannot be had (reading a member that
     // does not exist, a name longer than 255 bytes for writing, among others). Close them with
@@ -174,7 +175,7 @@ public:
     // Looks a member up. With entry_out set the record is copied there (its name is not). False
     // when it is not there (last error untouched) or the entry list cannot be read (4103).
     bool find_entry(const char* name, PACKAGE_ENTRY* entry_out);
-    [[nodiscard]] bool has_member(const char* name) { return find_entry(name, nullptr); }
+    [[nodiscard]] bool has_member(const char* name) override { return find_entry(name, nullptr); }
     // The member's length: the sum of `used` over its chain. False when it is not there.
     bool member_size(const char* name, INT_U64* size);
     // Calls back for each member in list order with its name and length; false when the list

@@ -8,7 +8,10 @@
 
 #include "io/stamp.h"
 
+#include <sys/types.h>
 #include <zlib.h>
+
+#include <cstdio>
 
 #include <cstring>
 #include <new>
@@ -31,6 +34,8 @@ struct STAMP_BLOCK {
 namespace {
 
 constexpr char CHECK_TAG[8] = { 'O', 'R', 'L', 'U', 'C', 'R', 'C', '1' };
+// A data set of 4 GiB or more: the length takes 64 bits.
+constexpr char CHECK_TAG_LARGE[8] = { 'O', 'R', 'L', 'U', 'C', 'R', 'C', '2' };
 
 // Pieces in which files are scanned and summed.
 constexpr INT_S32 SCAN_PIECE = 65536;
@@ -178,63 +183,89 @@ bool read_stamp(DATA_DEVICE* device, STAMP_RECORD* record, INT_U32* position)
 // [SECTION] The data set check
 // ---------------------------------------------------------------------------------------------
 
-void set_stamp_check(STAMP_RECORD* record, INT_U32 length, INT_U32 crc)
+void set_stamp_check(STAMP_RECORD* record, INT_U64 length, INT_U32 crc)
 {
     memset(record->check, 0, sizeof record->check);
-    memcpy(record->check, CHECK_TAG, sizeof CHECK_TAG);
-    put_le32(record->check + 8, length);
-    put_le32(record->check + 12, crc);
+    if (length <= 0xFFFFFFFFu) {
+        memcpy(record->check, CHECK_TAG, sizeof CHECK_TAG);
+        put_le32(record->check + 8, static_cast<INT_U32>(length));
+        put_le32(record->check + 12, crc);
+        return;
+    }
+    memcpy(record->check, CHECK_TAG_LARGE, sizeof CHECK_TAG_LARGE);
+    put_le32(record->check + 8, static_cast<INT_U32>(length));
+    put_le32(record->check + 12, static_cast<INT_U32>(length >> 32));
+    put_le32(record->check + 16, crc);
 }
 
-bool stamp_check(const STAMP_RECORD& record, INT_U32* length, INT_U32* crc)
+bool stamp_check(const STAMP_RECORD& record, INT_U64* length, INT_U32* crc)
 {
-    if (memcmp(record.check, CHECK_TAG, sizeof CHECK_TAG) != 0)
-        return false;
-    *length = get_le32(record.check + 8);
-    *crc = get_le32(record.check + 12);
-    return true;
+    if (memcmp(record.check, CHECK_TAG, sizeof CHECK_TAG) == 0) {
+        *length = get_le32(record.check + 8);
+        *crc = get_le32(record.check + 12);
+        return true;
+    }
+    if (memcmp(record.check, CHECK_TAG_LARGE, sizeof CHECK_TAG_LARGE) == 0) {
+        *length = get_le32(record.check + 8) | static_cast<INT_U64>(get_le32(record.check + 12)) << 32;
+        *crc = get_le32(record.check + 16);
+        return true;
+    }
+    return false;
 }
 
-STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name)
+STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name, STAMP_VERIFY_PROGRESS progress, void* context)
 {
     DATA_FILE* file = folder.open_data_file(name, FILE_READ, 0, false);
     if (!file)
         return STAMP_VERIFY_DAMAGED;
     STAMP_RECORD record;
-    if (!read_stamp(file, &record) || !(record.flags & STAMP_FLAG_DATA_SET)) {
-        FOLDER::close_data_file(&file);
+    bool stamped = read_stamp(file, &record) && (record.flags & STAMP_FLAG_DATA_SET);
+    FOLDER::close_data_file(&file);
+    if (!stamped)
         return STAMP_VERIFY_NO_DATA_SET;
-    }
-    INT_U32 length = 0, crc = 0;
-    if (!stamp_check(record, &length, &crc)) {
-        FOLDER::close_data_file(&file);
+    INT_U64 length = 0;
+    INT_U32 crc = 0;
+    if (!stamp_check(record, &length, &crc))
         return STAMP_VERIFY_NO_CHECK;
-    }
-    // data_offset counts behind the byte-order byte; this file is open without one.
+    // The data set may pass 4 GiB: it is read as a plain stream with 64-bit offsets.
+    // data_offset counts behind the byte-order byte; the stream has none.
+    FILE* stream = folder.open_stream(name, "rb");
+    if (!stream)
+        return STAMP_VERIFY_DAMAGED;
     INT_U64 start = static_cast<INT_U64>(record.data_offset) + 1;
-    if (start > file->size() || file->size() - start != length || !file->seek(static_cast<INT_U32>(start), false)) {
-        FOLDER::close_data_file(&file);
+    bool placed = fseeko(stream, 0, SEEK_END) == 0;
+    off_t end = placed ? ftello(stream) : -1;
+    if (end < 0 || start > static_cast<INT_U64>(end) || static_cast<INT_U64>(end) - start != length
+        || fseeko(stream, static_cast<off_t>(start), SEEK_SET) != 0) {
+        fclose(stream);
         return STAMP_VERIFY_DAMAGED;
     }
     INT_U8* buffer = new (std::nothrow) INT_U8[SCAN_PIECE];
     if (!buffer) {
-        FOLDER::close_data_file(&file);
+        fclose(stream);
         return STAMP_VERIFY_DAMAGED;
     }
     uLong sum = crc32(0L, Z_NULL, 0);
-    INT_U32 done = 0;
+    INT_U64 done = 0;
+    INT_U64 told_percent = 0;
     while (done < length) {
         if (host_stop_requested())
             break;
-        INT_S32 want = length - done < static_cast<INT_U32>(SCAN_PIECE) ? static_cast<INT_S32>(length - done) : SCAN_PIECE;
-        INT_S32 got = file->read(buffer, want);
+        size_t want = length - done < static_cast<INT_U64>(SCAN_PIECE) ? static_cast<size_t>(length - done) : SCAN_PIECE;
+        size_t got = fread(buffer, 1, want, stream);
         if (got != want)
             break;
         sum = crc32(sum, buffer, static_cast<uInt>(got));
-        done += static_cast<INT_U32>(got);
+        done += got;
+        // Once a percent, so that a splash drawn from here costs nothing next to the reading.
+        INT_U64 percent = done * 100 / length;
+        if (progress && percent > told_percent) {
+            told_percent = percent;
+            progress(done, length, context);
+        }
     }
     delete[] buffer;
-    FOLDER::close_data_file(&file);
+    fclose(stream);
     if (done < length && host_stop_requested())
         return STAMP_VERIFY_STOPPED;
     return done == length && static_cast<INT_U32>(sum) == crc ? STAMP_VERIFY_GOOD : STAMP_VERIFY_DAMAGED;

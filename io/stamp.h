@@ -8,7 +8,10 @@
 //   reserved   250 bytes    zero
 //   reserved     4 bytes    zero
 //   check      100 bytes    "ORLUCRC1", data set length (INT_U32 little-endian), its CRC-32
-//                           (INT_U32 little-endian), zero-filled; all zero means no check
+//                           (INT_U32 little-endian), zero-filled; all zero means no check. A
+//                           data set of 4 GiB or more has "ORLUCRC2", the length in 64 bits
+//                           (low word first) and the CRC-32 behind it
+
 //   data_offset  4 bytes    little-endian; the data set's physical offset minus 1, because the
 //                           run-time opens the file with its byte-order byte and counts behind it
 //   skin_offset  4 bytes    little-endian; the same for a stand-alone skin
@@ -78,11 +81,12 @@ void stamp_record_from_bytes(const INT_U8* bytes, STAMP_RECORD* record);
 // [SECTION] The data set check
 // ---------------------------------------------------------------------------------------------
 
-// Fills the check field with the tag, the length and the CRC-32 of the data set.
-void set_stamp_check(STAMP_RECORD* record, INT_U32 length, INT_U32 crc);
-// False when the field is all zero (no check recorded) or holds something other than our tag;
+// Fills the check field with the tag, the length and the CRC-32 of the data set; the long form
+// only when the length needs it, so that every smaller installer keeps its bytes.
+void set_stamp_check(STAMP_RECORD* record, INT_U64 length, INT_U32 crc);
+// False when the field is all zero (no check recorded) or holds something other than our tags;
 // otherwise the two values.
-[[nodiscard]] bool stamp_check(const STAMP_RECORD& record, INT_U32* length, INT_U32* crc);
+[[nodiscard]] bool stamp_check(const STAMP_RECORD& record, INT_U64* length, INT_U32* crc);
 
 enum STAMP_VERIFY : INT_S32 {
     STAMP_VERIFY_GOOD = 0,        // the data set has the recorded length and CRC-32
@@ -92,7 +96,11 @@ enum STAMP_VERIFY : INT_S32 {
     STAMP_VERIFY_STOPPED = 4,     // a stop of the run was requested (host.h) before the end
 };
 
+// Called while the check reads the data set: the bytes read so far and the data set's length.
+typedef void (*STAMP_VERIFY_PROGRESS)(INT_U64 done, INT_U64 total, void* context);
+
 // Tests the data set behind the executable `name` in `folder` against its stamp, so that the
 // run-time can refuse a damaged file before it installs anything. The file is read once, in
-// pieces; nothing is kept.
-[[nodiscard]] STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name);
+// pieces; nothing is kept. `progress`, when given, hears of each percent of the data set read.
+[[nodiscard]] STAMP_VERIFY verify_stamped_file(const FOLDER& folder, const char* name,
+    STAMP_VERIFY_PROGRESS progress = nullptr, void* context = nullptr);

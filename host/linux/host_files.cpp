@@ -448,7 +448,7 @@ bool host_file_info(const char* path, HOST_FILE_INFO* info)
     info->owner_read = target.st_mode & S_IRUSR;
     info->owner_write = target.st_mode & S_IWUSR;
     info->owner_execute = target.st_mode & S_IXUSR;
-    info->size = static_cast<INT_U32>(target.st_size);
+    info->size = target.st_size > 0 ? static_cast<INT_U64>(target.st_size) : 0;
     info->modified = static_cast<INT_U32>(target.st_mtime);
     return true;
 }

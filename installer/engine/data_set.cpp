@@ -9,6 +9,7 @@
 #include "io/data_file.h"
 #include "base/error_report.h"
 #include "io/folder.h"
+#include "host/host_files.h"
 #include "graphics/image_cache.h"
 #include "host/host.h"
 #include "io/stamp.h"
@@ -44,6 +45,13 @@ bool read_data_set_header(DATA_FILE* device, INT_U32 data_offset, DATA_SET_SPLAS
     return true;
 }
 
+void set_data_set_end(const FOLDER& folder, const char* name, DATA_SET_HEADER* header)
+{
+    HOST_FILE_INFO info;
+    if (host_file_info(folder.path_text(name), &info) && info.size > 0)
+        header->data_end = info.size - 1;
+}
+
 bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOLDER& folder, const char* name,
     INT_S32* chunks, DATA_SET_PROGRESS progress, void* context)
 {
@@ -77,6 +85,17 @@ bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOL
         }
         done += 4;
         ++count;
+        // A chunk of length 0 parts two packages of a data set too large for one: the package
+        // unpacked is the last, the main one, and the ones before it are dropped.
+        if (length == 0) {
+            ok = out->close();
+            FOLDER::close_data_file(&out);
+            out = ok ? folder.open_data_file(name, FILE_WRITE, ORDER_MARKER_IN_FILE, false) : nullptr;
+            if (!out) {
+                ok = set_last_error(ERROR_CREATE, name);
+                break;
+            }
+        }
         if (length > 0) {
             if (static_cast<INT_U32>(length) > data_set_chunk_limit(capacity)) {
                 ok = set_last_error(ERROR_READ, "data set (chunk longer than the cache)");
@@ -107,8 +126,10 @@ bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOL
     }
     delete[] chunk;
     delete[] inflated;
-    ok = out->close() && ok;
-    FOLDER::close_data_file(&out);
+    if (out) {
+        ok = out->close() && ok;
+        FOLDER::close_data_file(&out);
+    }
     if (chunks)
         *chunks = count;
     return ok;
@@ -129,8 +150,10 @@ bool unpack_installer(const FOLDER& exe_folder, const char* exe_name, const FOLD
     DATA_FILE* device = exe_folder.open_data_file(exe_name, FILE_READ, ORDER_MARKER_IN_FILE, false);
     if (!device)
         return set_last_error(ERROR_FILE_NOT_FOUND, exe_name);
-    bool ok = read_data_set_header(device, record.data_offset, splash, header)
-        && unpack_data_set(device, *header, folder, name, chunks, nullptr, nullptr);
+    bool ok = read_data_set_header(device, record.data_offset, splash, header);
+    if (ok)
+        set_data_set_end(exe_folder, exe_name, header);
+    ok = ok && unpack_data_set(device, *header, folder, name, chunks, nullptr, nullptr);
     FOLDER::close_data_file(&device);
     return ok;
 }

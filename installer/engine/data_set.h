@@ -12,7 +12,8 @@
 //   bar style        WM_STYLE_SET
 //   file_cache_size  INT_U32; the largest chunk once inflated
 //   compressed       INT_U8; the chunks are zlib streams
-//   chunks           INT_S32 length and the bytes, to the end of the file
+//   chunks           INT_S32 length and the bytes, to the end of the file; a chunk of length 0
+//                    parts the packages of a data set too large for one (data_set_reader.h)
 //
 // The reading side here is strict where the data set is damaged: a chunk longer than the cache
 // size or one that does not inflate ends the unpacking with false.
@@ -49,11 +50,13 @@ struct DATA_SET_HEADER {
     INT_U32 file_cache_size { 0 };
     INT_U8 compressed { 0 };
     INT_U32 chunk_start { 0 }; // device position of the first chunk
-    INT_U32 data_end { 0 };    // device size
+    INT_U64 data_end { 0 };    // device size (64 bits: a data set of several packages passes 4 GiB)
 };
 
 // Called after each chunk with the chunk's number, the bytes of the data set read so far and
-// the bytes the chunks take in all.
+// the bytes the chunks take in all; chunk 0 once the header is read, before anything else, and
+// -1 while the run-time checks the data set against its stamp (then the bytes checked and the
+// data set's length).
 typedef void (*DATA_SET_PROGRESS)(INT_S32 chunk, INT_U64 done, INT_U64 total, void* context);
 
 // Reads fields 1 to 8 from `device`, which is the executable opened with its byte-order byte,
@@ -63,10 +66,15 @@ typedef void (*DATA_SET_PROGRESS)(INT_S32 chunk, INT_U64 done, INT_U64 total, vo
 [[nodiscard]] bool read_data_set_header(DATA_FILE* device, INT_U32 data_offset, DATA_SET_SPLASH* splash,
     DATA_SET_HEADER* header);
 
+// Sets header->data_end from the file's own size. read_data_set_header takes it from the
+// device, whose positions stop at 4 GiB; a data set of several packages goes on behind that.
+void set_data_set_end(const FOLDER& folder, const char* name, DATA_SET_HEADER* header);
+
 // Joins the chunks from header.chunk_start on into `name` in `folder` (a package file with its
-// byte-order byte) and answers the number of chunks in `chunks` when not null. False when the
-// output cannot be written, a chunk is longer than the cache size allows, or a compressed chunk
-// does not inflate whole; the output is then incomplete.
+// byte-order byte; of a data set of several packages, the last, main one) and answers the
+// number of chunks in `chunks` when not null. False when the output cannot be written, a chunk
+// is longer than the cache size allows, or a compressed chunk does not inflate whole; the output
+// is then incomplete.
 [[nodiscard]] bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOLDER& folder,
     const char* name, INT_S32* chunks, DATA_SET_PROGRESS progress, void* context);
 

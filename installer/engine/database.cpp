@@ -25,9 +25,11 @@
 #include "io/data_file.h"
 #include "base/debug_stream.h"
 #include "graphics/font.h"
+#include "host/host.h"
 #include "graphics/image_cache.h"
 #include "installer/engine/installer_debug.h"
 #include "installer/engine/installer_options.h"
+#include "installer/engine/data_set_reader.h"
 #include "io/package.h"
 #include "wm/core/wm_look.h"
 
@@ -418,6 +420,25 @@ DATABASE::~DATABASE()
     free_records();
     delete package;
     package = nullptr;
+    delete data_set;
+    data_set = nullptr;
+}
+
+void DATABASE::use_data_set(DATA_SET_READER* reader)
+{
+    delete data_set;
+    data_set = reader;
+}
+
+MEMBER_STORE* DATABASE::members() const
+{
+    if (m_reading_data_set)
+        return nullptr;
+    if (data_set && data_set->is_open())
+        return data_set;
+    if (package && package->is_open())
+        return package;
+    return nullptr;
 }
 
 void DATABASE::free_records()
@@ -922,6 +943,8 @@ bool DATABASE::load_data_set(const char* name, bool* damaged)
     if (damaged)
         *damaged = false;
     debug_printf(&installer_debug, "Loading DB...\n");
+    if (data_set)
+        return load_from_data_set(damaged);
     DATA_FILE* probe = data_folder.open_data_file(name, FILE_READ, ORDER_MARKER_IN_FILE, false);
     if (!probe)
         return false;
@@ -967,16 +990,124 @@ bool DATABASE::load_data_set(const char* name, bool* damaged)
     return true;
 }
 
+namespace {
+
+// A member read whole into memory, for the database's stream.
+struct MEMORY_MEMBER {
+    INT_U8* bytes { nullptr };
+    size_t size { 0 };
+    size_t capacity { 0 };
+    ~MEMORY_MEMBER() { delete[] bytes; }
+};
+
+// The most "database.bin" may take: its images and records, with room to spare.
+constexpr size_t DATABASE_MEMBER_LIMIT = 256u << 20;
+
+bool take_member_bytes(const void* bytes, INT_U32 size, void* context)
+{
+    MEMORY_MEMBER* member = static_cast<MEMORY_MEMBER*>(context);
+    if (member->size + size > DATABASE_MEMBER_LIMIT)
+        return false;
+    if (member->size + size > member->capacity) {
+        size_t capacity = member->capacity ? member->capacity * 2 : 65536;
+        while (capacity < member->size + size)
+            capacity *= 2;
+        INT_U8* grown = new (std::nothrow) INT_U8[capacity];
+        if (!grown)
+            return false;
+        if (member->size)
+            memcpy(grown, member->bytes, member->size);
+        delete[] member->bytes;
+        member->bytes = grown;
+        member->capacity = capacity;
+    }
+    memcpy(member->bytes + member->size, bytes, size);
+    member->size += size;
+    return true;
+}
+
+// A stream over bytes in memory that begin with a byte-order marker, as a member written with
+// one does: position 0 is the byte behind it.
+class MARKED_MEMORY_DEVICE : public DATA_DEVICE {
+public:
+    MARKED_MEMORY_DEVICE(const INT_U8* bytes, size_t size)
+        : m_bytes(bytes + 1)
+        , m_size(size - 1)
+    {
+        swap_bytes = bytes[0] != 0;
+    }
+    INT_U32 tell() override { return static_cast<INT_U32>(m_position); }
+    bool seek(INT_U32 offset, bool from_end) override
+    {
+        size_t target = from_end ? m_size + offset : offset;
+        if (target > m_size)
+            return false;
+        m_position = target;
+        return true;
+    }
+    INT_S32 read(void* buffer, INT_S32 size) override
+    {
+        if (size <= 0 || m_position >= m_size)
+            return 0;
+        size_t count = m_size - m_position < static_cast<size_t>(size) ? m_size - m_position : static_cast<size_t>(size);
+        memcpy(buffer, m_bytes + m_position, count);
+        m_position += count;
+        return static_cast<INT_S32>(count);
+    }
+    INT_S32 write(const void*, INT_S32) override { return 0; }
+
+private:
+    const INT_U8* m_bytes;
+    size_t m_size;
+    size_t m_position { 0 };
+};
+
+} // namespace
+
+// The data set read in place: "database.bin" into memory and read from there; then the reader
+// learns from the records where the payload ends, before anything asks for a member by name.
+bool DATABASE::load_from_data_set(bool* damaged)
+{
+    MEMORY_MEMBER member;
+    if (!data_set->is_open() || !data_set->read_member("database.bin", take_member_bytes, &member) || member.size < 1) {
+        if (damaged && !host_stop_requested())
+            *damaged = data_set->is_open();
+        return false;
+    }
+    MARKED_MEMORY_DEVICE device(member.bytes, member.size);
+    m_reading_data_set = true;
+    bool found = get_from_data_device(&device);
+    m_reading_data_set = false;
+    if (!found) {
+        if (damaged)
+            *damaged = true;
+        return false;
+    }
+    data_set->index_tail(*this);
+    // The wizard's first page depends on the texts the data set holds, which are known now.
+    current_page = next_page_from(PAGE_START);
+    load_packaged_fonts();
+    count_files_and_shortcuts();
+    if (installation_count > 0)
+        snprintf(install_path, sizeof install_path, "%s", installations[0].default_path);
+    IMAGE* selector_icons[13];
+    for (INT_S32 i = 0; i < 13; ++i)
+        selector_icons[i] = &icons[ICON_DISK + i];
+    set_toolkit_file_icons(selector_icons, 13);
+    return true;
+}
+
 void DATABASE::load_packaged_fonts()
 {
-    if (!package || !package->is_open() || !font_system_started())
+    MEMBER_STORE* store = members();
+    if (!store || !font_system_started())
         return;
     FOLDER temp("$TEMP");
     for (INT_S16 number = 0; number < BUILT_IN_FONT_COUNT; ++number) {
         const char* file_name = font_file_name(number);
-        if (!file_name || font_is_loaded(number) || !package->has_member(file_name))
+        if (!file_name || font_is_loaded(number) || !store->has_member(file_name))
             continue;
-        if (package->extract_file(temp, file_name, file_name))
+        if (store->extract_file(temp, file_name, file_name))
             (void)load_font(file_name, nullptr, number, &temp);
         (void)temp.delete_file(file_name);
     }
@@ -1009,11 +1140,12 @@ bool DATABASE::save_index() const
 
 bool DATABASE::has_member(const char* pattern) const
 {
-    if (!package || !package->is_open())
+    MEMBER_STORE* store = members();
+    if (!store)
         return false;
     char name[64];
     snprintf(name, sizeof name, pattern, static_cast<int>(current_language));
-    return package->has_member(name);
+    return store->has_member(name);
 }
 
 bool DATABASE::has_licence() const { return has_member("licence-%d"); }

@@ -29,6 +29,8 @@
 #include "host/system_info.h"
 #include "wm/core/wm_style_set.h"
 
+class DATA_SET_READER;
+class MEMBER_STORE;
 class PACKAGE;
 
 // ---------------------------------------------------------------------------------------------
@@ -376,7 +378,15 @@ public:
     // out of range); `damaged`, when given, tells damage (that stream, or a file that is there
     // but does not open as a package) from missing data. Afterwards `package`
     // is open on the data set.
+    //
+    // After use_data_set the members come from that data set, read in place, instead: `name` is
+    // then not opened, and `package` stays null.
     [[nodiscard]] bool load_data_set(const char* name, bool* damaged = nullptr);
+    // Hands over a data set opened for reading in place; the database owns and deletes it.
+    void use_data_set(DATA_SET_READER* reader);
+    // Where members are read from: the data set read in place, else the package; null when
+    // neither is open.
+    [[nodiscard]] MEMBER_STORE* members() const;
     // The stream on the plain file "installer.idx" in `data_folder`, with its byte-order byte.
     // False when the file does not open or, on reading, the stream is damaged.
     [[nodiscard]] bool load_index();
@@ -479,6 +489,7 @@ public:
     INT_U8 desktop_checked { 0 };
     char desktop_check_text[DATABASE_SHORT_TEXT] {};
     PACKAGE* package { nullptr };
+    DATA_SET_READER* data_set { nullptr }; // the data set read in place, when it is
     ORLU_STRING config_file_name { "installer.xml" };
     FOLDER data_folder { "$APPDATA" };
     INT_U8 platform_code { 1 };
@@ -488,4 +499,8 @@ private:
     bool read_stream(DATA_DEVICE* device);
     bool has_member(const char* pattern) const;
     void load_packaged_fonts();
+    bool load_from_data_set(bool* damaged);
+    // While the stream of a data set read in place is read, its members are not asked for: the
+    // reader learns where they lie from the stream itself.
+    bool m_reading_data_set { false };
 };

@@ -178,7 +178,7 @@ INT_U32 new_file_mode()
 
 } // namespace
 
-PLACE_RESULT DESTINATION_FOLDER::place_member(PACKAGE* package, const char* member, const char* name, INT_U32 mode)
+PLACE_RESULT DESTINATION_FOLDER::place_member(MEMBER_STORE* package, const char* member, const char* name, INT_U32 mode)
 {
     if (m_descriptor < 0 || !package || !is_plain_name(name))
         return PLACE_FAILED;

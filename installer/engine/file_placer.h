@@ -17,7 +17,7 @@
 #include "host/host_files.h"
 #include "io/folder.h"
 
-class PACKAGE;
+class MEMBER_STORE;
 
 // What placing a file came to.
 enum PLACE_RESULT : INT_S32 {
@@ -57,8 +57,9 @@ public:
 
     // The entry `name` as it stands (a link is described as itself). False when there is none.
     [[nodiscard]] bool entry_info(const char* name, HOST_FILE_INFO* info) const;
-    // Writes the package member as the new file `name`, with `mode` (set-id bits included).
-    [[nodiscard]] PLACE_RESULT place_member(PACKAGE* package, const char* member, const char* name, INT_U32 mode);
+    // Writes the member (from a package, or straight from the data set) as the new file `name`,
+    // with `mode` (set-id bits included).
+    [[nodiscard]] PLACE_RESULT place_member(MEMBER_STORE* package, const char* member, const char* name, INT_U32 mode);
     // Writes `bytes` as the new file `name` with the usual mode of a new file (0666 less the umask).
     [[nodiscard]] bool place_bytes(const char* name, const char* bytes, size_t size);
     // Appends to the regular file `name`; false when it is missing or a link.

@@ -49,6 +49,7 @@ void INSTALL_ENGINE::reset()
 {
     release_globals();
     m_log_folder.close();
+    forget_file_folder();
     m_counter = 0;
     m_total = 0;
     m_stopped = false;
@@ -167,6 +168,8 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     set_idle_wait(0);
     m_holds_idle_wait = true;
     m_error_count = 0;
+    // Destination texts are relative to the install root, which a new run may have moved.
+    forget_file_folder();
     if (!database->system_info.system_folders || !installation.allow_system_paths)
         database->use_system_paths = 0;
     if (installation.file_count < 0 || installation.file_count > INSTALL_ENGINE_MAX_FILES) {
@@ -178,7 +181,7 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     }
     m_total = static_cast<INT_S16>(installation.file_count + 1);
 
-    if (!database->package) {
+    if (!database->members()) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
         if (!package || !package->is_open()) {
             // Trying again every frame would change nothing and tell nobody.
@@ -246,9 +249,9 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
     const char* name = file.destination_name();
-    DESTINATION_FOLDER folder;
+    DESTINATION_FOLDER& folder = m_file_folder;
     errno = 0;
-    bool folder_ok = folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root);
+    bool folder_ok = open_file_folder(destination);
     char reason[ORLU_MAX_PATH + 200] = "";
     if (!folder_ok)
         (void)format_text(reason, sizeof reason, "its folder cannot be made: %s", reason_of(errno));
@@ -283,7 +286,7 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
         } else {
             set_last_error(ERROR_NONE, nullptr);
             errno = 0;
-            PLACE_RESULT placed = folder.place_member(database->package, file.packed_name, name, mode);
+            PLACE_RESULT placed = folder.place_member(database->members(), file.packed_name, name, mode);
             if (placed == PLACE_STOPPED) {
                 // Cut off by a signal: the file stays as it was, and this step is not done.
                 m_stopped = true;
@@ -308,6 +311,26 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
         count_error();
         reporter->file_failed(path, reason);
     }
+}
+
+// The folder of the file in hand. Files come folder by folder, so the folder of the file before
+// is kept open and taken again for the same destination text: its descriptor was opened without
+// following a link, and stays on that folder whatever happens to its path meanwhile.
+bool INSTALL_ENGINE::open_file_folder(const char* destination)
+{
+    if (m_file_folder.is_open() && m_file_folder_text && strcmp(m_file_folder_text, destination) == 0)
+        return true;
+    forget_file_folder();
+    if (!m_file_folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root))
+        return false;
+    m_file_folder_text = destination;
+    return true;
+}
+
+void INSTALL_ENGINE::forget_file_folder()
+{
+    m_file_folder.close();
+    m_file_folder_text = nullptr;
 }
 
 // A file of this machine's platform that the data set does not hold.
@@ -407,6 +430,7 @@ void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
     else
         append_to_log("Installation completed without any errors.\n");
     m_log_folder.close();
+    forget_file_folder();
     set_idle_wait(50);
     m_holds_idle_wait = false;
 }

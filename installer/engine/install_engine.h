@@ -131,6 +131,8 @@ private:
     void count_error();
     void shortcut_failed(INSTALL_REPORTER* reporter, const char* name);
     void fail_data(INSTALL_REPORTER* reporter, const char* text);
+    bool open_file_folder(const char* destination);
+    void forget_file_folder();
 
     INT_S16 m_counter { 0 };
     INT_S16 m_total { 0 };
@@ -144,6 +146,10 @@ private:
     FOLDER m_install_root;
     // Open for the run, so that every line goes into the folder the header went into.
     DESTINATION_FOLDER m_log_folder;
+    // The folder of the last file and the destination text it was opened for (a text of the
+    // database's records, which outlive the run).
+    DESTINATION_FOLDER m_file_folder;
+    const char* m_file_folder_text { nullptr };
     FOLDER_SWEEPER m_swept;
 };
 

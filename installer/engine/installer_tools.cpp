@@ -16,6 +16,7 @@
 #include "installer/engine/own_data_set.h"
 #include "installer/engine/unattended.h"
 #include "io/folder.h"
+#include "io/member_store.h"
 #include "io/package.h"
 #include "io/process.h"
 #include "io/stamp.h"
@@ -32,6 +33,41 @@ const char* destination_of(const FILE_RECORD& file) { return file.dest_path_from
 bool is_listed(const DATABASE& database, const FILE_RECORD& file)
 {
     return file.packed_name[0] && database.matches_platform(file.platform.c_str());
+}
+
+} // namespace
+
+namespace {
+
+bool count_bytes(const void*, INT_U32 size, void* context)
+{
+    *static_cast<INT_U64*>(context) += size;
+    return true;
+}
+
+// A member's length, by reading it through: the data set read in place keeps no member sizes.
+bool member_size(DATABASE* database, const char* name, INT_U64* size)
+{
+    MEMBER_STORE* members = database->members();
+    *size = 0;
+    return members && members->has_member(name) && members->read_member(name, count_bytes, size);
+}
+
+// Licence texts are text: a zero byte would end the print early, so it is shown as a blank.
+bool print_text_piece(const void* bytes, INT_U32 size, void*)
+{
+    const char* text = static_cast<const char*>(bytes);
+    char buffer[4096];
+    while (size > 0) {
+        INT_U32 part = size < sizeof buffer - 1 ? size : static_cast<INT_U32>(sizeof buffer - 1);
+        for (INT_U32 i = 0; i < part; ++i)
+            buffer[i] = text[i] ? text[i] : ' ';
+        buffer[part] = 0;
+        host_print(buffer);
+        text += part;
+        size -= part;
+    }
+    return true;
 }
 
 } // namespace
@@ -109,7 +145,7 @@ INT_S32 run_listing(DATABASE* database, const INSTALLER_OPTIONS& options)
             if (!is_listed(*database, file))
                 continue;
             INT_U64 size = 0;
-            bool sized = database->package->member_size(file.packed_name, &size);
+            bool sized = member_size(database, file.packed_name, &size);
             const char* destination = destination_of(file);
             size_t length = strlen(destination);
             const char* separator = length && destination[length - 1] != '/' ? "/" : "";
@@ -222,7 +258,8 @@ INT_S32 run_extraction(DATABASE* database, const INSTALLER_OPTIONS& options)
             *p = '/';
             leaf = p + 1;
         }
-        if (ok && !database->package->extract_file(folder, leaf, file.packed_name)) {
+        MEMBER_STORE* members = database->members();
+        if (ok && (!members || !members->extract_file(folder, leaf, file.packed_name))) {
             ok = false;
             (void)copy_text(reason, last_error_text());
         }
@@ -256,23 +293,17 @@ INT_S32 run_show_licence(DATABASE* database, const INSTALLER_OPTIONS& options)
     }
     char member[64];
     (void)format_text(member, sizeof member, "licence-%d", static_cast<int>(database->current_language));
-    PACKAGE_DATA_FILE* licence = database->has_licence() ? database->package->open_member_data(member, FILE_READ, 0) : nullptr;
-    if (!licence) {
+    MEMBER_STORE* members = database->members();
+    if (!database->has_licence() || !members || !members->has_member(member)) {
         host_print("This installer comes with no licence.\n");
         delete_temporary_package();
         return 0;
     }
-    char buffer[4096];
-    for (INT_S32 got; (got = licence->read(buffer, sizeof buffer - 1)) > 0;) {
-        buffer[got] = 0;
-        // Licence texts are text: a zero byte would end the print early, so it is shown as a blank.
-        for (INT_S32 i = 0; i < got; ++i) {
-            if (!buffer[i])
-                buffer[i] = ' ';
-        }
-        host_print(buffer);
-    }
-    PACKAGE::close_member_data(&licence);
+    bool read = members->read_member(member, print_text_piece, nullptr);
     delete_temporary_package();
+    if (!read) {
+        host_printf("\nThe licence cannot be read: %s\n", last_error_text());
+        return 1;
+    }
     return 0;
 }

@@ -3,10 +3,13 @@
 #include "installer/engine/own_data_set.h"
 
 #include <cstdio>
+#include <new>
 
+#include "base/error_report.h"
 #include "frame/application_frame.h"
 #include "base/error_report.h"
 #include "io/data_file.h"
+#include "installer/engine/data_set_reader.h"
 #include "installer/engine/database.h"
 #include "io/folder.h"
 #include "host/host.h"
@@ -38,6 +41,21 @@ void delete_temporary_package()
     host_remove_run_temp_folder();
 }
 
+namespace {
+
+struct CHECK_PROGRESS {
+    DATA_SET_PROGRESS progress;
+    void* context;
+};
+
+void report_check(INT_U64 done, INT_U64 total, void* context)
+{
+    const CHECK_PROGRESS* check = static_cast<const CHECK_PROGRESS*>(context);
+    check->progress(-1, done, total, check->context);
+}
+
+} // namespace
+
 UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, DATA_SET_PROGRESS progress, void* context)
 {
     FOLDER own;
@@ -68,7 +86,10 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
 
     // The whole file is checked before anything is written, so a damaged installer installs
     // nothing and leaves nothing behind.
-    switch (verify_stamped_file(own, own_file_name)) {
+    // When the data set is read in place, the check is the long part of the wait: the bar
+    // follows it.
+    CHECK_PROGRESS check { progress, context };
+    switch (verify_stamped_file(own, own_file_name, progress ? report_check : nullptr, &check)) {
     case STAMP_VERIFY_DAMAGED:
         FOLDER::close_data_file(&device);
         return UNPACK_DAMAGED;
@@ -78,8 +99,26 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
     default:
         break;
     }
+    set_data_set_end(own, own_file_name, &header);
 
+    // The members are read straight out of the data set when it allows that; nothing the size
+    // of the payload goes to the temporary folder then.
     FOLDER temp("$TEMP");
+    DATA_SET_READER* reader = new (std::nothrow) DATA_SET_READER;
+    if (reader && reader->open(own, own_file_name, header)) {
+        FOLDER::close_data_file(&device);
+        database->use_data_set(reader);
+        database->data_folder = temp;
+        debug_printf(&installer_debug, "Data set read in place: %u chunks, package of %llu bytes\n",
+            reader->chunk_count(), static_cast<unsigned long long>(reader->package_size()));
+        return UNPACK_DONE;
+    }
+    delete reader;
+    if (host_stop_requested()) {
+        FOLDER::close_data_file(&device);
+        return UNPACK_INTERRUPTED;
+    }
+    debug_printf(&installer_debug, "Data set unpacked: %s\n", last_error_text());
     bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
     FOLDER::close_data_file(&device);
     bool stopped = quit_requested || host_stop_requested();

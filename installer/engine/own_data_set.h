@@ -1,5 +1,6 @@
-// The data set appended behind the running installer: checked against its stamp and unpacked
-// into the temporary package "installer.pkg" in $TEMP.
+// The data set appended behind the running installer: checked against its stamp, then read in
+// place (DATA_SET_READER), or, when it cannot be read that way, unpacked into the temporary
+// package "installer.pkg" in $TEMP.
 #pragma once
 
 #include "installer/engine/data_set.h"
@@ -8,7 +9,8 @@
 class DATABASE;
 
 enum UNPACK_RESULT : INT_S32 {
-    UNPACK_DONE = 0,        // "installer.pkg" is in $TEMP and the database's data folder points there
+    UNPACK_DONE = 0,        // the database reads the data set in place, or "installer.pkg" is in $TEMP
+                            // and the database's data folder points there
     UNPACK_NO_DATA_SET = 1, // the executable carries none: the package is looked for where it is
     UNPACK_DAMAGED = 2,     // the file is cut short or changed; nothing was unpacked
     UNPACK_FAILED = 3,      // the package could not be written (a full disk, no memory)
@@ -17,9 +19,11 @@ enum UNPACK_RESULT : INT_S32 {
 
 // Reads the running executable's stamp and the data set's header, calls `progress` with chunk 0
 // (the splash can show now), checks the whole data set against the recorded length and CRC-32
-// before anything is written, then unpacks it, calling `progress` after each chunk. On UNPACK_DONE the database's
-// `data_folder` is $TEMP and its `file_cache_sz` the data set's; every other answer leaves no
-// package behind. `splash` may be null.
+// before anything is written, then hands the database a reader of the data set in place
+// (use_data_set) or unpacks it, calling `progress` after each chunk. On UNPACK_DONE the
+// database's `data_folder` is $TEMP and its `file_cache_sz` the data set's, and
+// load_data_set("installer.pkg") reads the data; every other answer leaves no package behind.
+// `splash` may be null.
 [[nodiscard]] UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash,
     DATA_SET_PROGRESS progress, void* context);
 

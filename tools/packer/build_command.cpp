@@ -51,6 +51,9 @@
 
 namespace {
 
+// The largest package: its positions are 32 bits.
+constexpr INT_U64 PACKAGE_LIMIT = 0xFFFFFFFFull;
+
 // More threads than this gain nothing but memory: each holds two chunk buffers.
 constexpr INT_S32 PACKER_MAX_JOBS = 64;
 
@@ -61,6 +64,7 @@ struct BUILD_OPTIONS {
     const char* platform { "linux" };
     INT_S32 level { 6 };
     INT_S32 jobs { 0 }; // 0: one for each processor
+    INT_U64 package_limit { PACKAGE_LIMIT };
     bool quiet { false };
     bool strict { false };
 };
@@ -139,6 +143,9 @@ void print_build_help()
            "  --level N            zlib compression level of the chunks (6)\n"
            "  --jobs N             threads that compress chunks (one for each processor); the\n"
            "                       installer is the same whatever the number\n"
+           "  --package-limit N    the most bytes one package may take (4294967295); a larger\n"
+           "                       payload goes into several packages. Smaller limits are for tests\n"
+           "  --quiet              no progress line\n\n"
            "  --quiet              no progress line\n"
            "  --strict             a language without all of the wizard's texts is an error, not a warning\n\n"
            "SOURCE_DATE_EPOCH, when set, is the build time written into the data; otherwise the\n"
@@ -218,81 +225,219 @@ bool file_crc(const std::string& path, uLong* crc)
     return ok;
 }
 
-// The package's members in order: the plan's files, then "database.bin", which is written to a
-// temporary file when its turn comes, so that it carries the id derived from every byte before.
-class PACKAGE_MEMBERS {
+// Room kept in the database for the package names put before packed names ("installer.pkg.12/").
+constexpr INT_U64 PACKAGE_PREFIX_ROOM = 24;
+
+// What a member takes in a package of 1024-byte blocks: its entry and its blocks.
+INT_U64 member_footprint(const std::string& name, INT_U64 size)
+{
+    return 20 + name.size() + (size + 1023) / 1024 * 1032;
+}
+
+// The packages of the data set and their members in order. One package holds everything when it
+// can: the plan's files, then "database.bin". A payload too large for one package of 4 GiB is
+// cut into several, one behind the other in the data set: "installer.pkg.1", "installer.pkg.2"
+// ... with the first payload files, then the main package with the rest of the payload, the
+// texts, the fonts and "database.bin", whose file records name the members of the other packages
+// "installer.pkg.N/<packed name>". "database.bin" is written to a temporary file when its turn
+// comes, so that it carries the id derived from every byte before it.
+class PACKAGE_SET {
 public:
-    PACKAGE_MEMBERS(DATABASE* database, const PACK_PLAN& plan, PROGRESS* progress)
+    PACKAGE_SET(DATABASE* database, const PACK_PLAN& plan, PROGRESS* progress)
         : m_database(database)
         , m_plan(plan)
         , m_progress(progress)
     {
     }
-    ~PACKAGE_MEMBERS()
+    ~PACKAGE_SET()
     {
+        for (VOLUME& volume : m_volumes)
+            delete volume.image;
         if (m_database_name[0])
             (void)m_temp.delete_file(m_database_name);
     }
-    PACKAGE_MEMBERS(const PACKAGE_MEMBERS&) = delete;
-    PACKAGE_MEMBERS& operator=(const PACKAGE_MEMBERS&) = delete;
+    PACKAGE_SET(const PACKAGE_SET&) = delete;
+    PACKAGE_SET& operator=(const PACKAGE_SET&) = delete;
 
-    // Lays the package out. Answers false after reporting what failed.
-    bool prepare(PACKAGE_IMAGE* image)
+    // Shares the members out and lays the packages out. Answers false after reporting what
+    // failed.
+    bool prepare(INT_U64 limit)
     {
-        m_image = image;
-        std::vector<IMAGE_MEMBER> members;
-        for (const PACK_MEMBER& member : m_plan.members)
-            members.push_back(IMAGE_MEMBER { member.member, member.path, file_size(member.path) });
+        std::vector<INT_U64> sizes;
+        INT_U64 all = 54;
+        for (const PACK_MEMBER& member : m_plan.members) {
+            sizes.push_back(file_size(member.path));
+            all += member_footprint(member.member, sizes.back());
+        }
         // The database's length does not depend on the id, so a first copy tells it.
         if (!m_temp.make_temp_name(m_database_name, sizeof m_database_name, ".bin") || !write_database()) {
             packer_error("cannot write the member database.bin in %s", m_temp.path());
             return false;
         }
-        members.push_back(IMAGE_MEMBER { "database.bin", m_temp.path_text(m_database_name), m_database_size });
-        if (!image->lay_out(members, 1024)) {
-            packer_error("the installer would be larger than 4 GiB, which its offsets cannot reach");
+        size_t payload = 0;
+        for (INT_S16 i = 0; i < m_database->installation_count; ++i)
+            payload += static_cast<size_t>(m_database->installations[i].file_count);
+        if (payload > m_plan.members.size())
+            payload = m_plan.members.size();
+
+        std::vector<size_t> first_of; // the first plan member of each package but the main one
+        size_t main_from = 0;         // the first payload member of the main package
+        if (all + member_footprint("database.bin", m_database_size) > limit) {
+            // The main package keeps the texts, the fonts, the database (with room for the
+            // package names) and as much of the end of the payload as fits beside them.
+            INT_U64 database_most = m_database_size + PACKAGE_PREFIX_ROOM * payload;
+            INT_U64 used = 54 + member_footprint("database.bin", database_most);
+            for (size_t i = payload; i < m_plan.members.size(); ++i)
+                used += member_footprint(m_plan.members[i].member, sizes[i]);
+            if (used > limit) {
+                packer_error("the texts, fonts and database alone do not fit one package of %llu bytes",
+                    static_cast<unsigned long long>(limit));
+                return false;
+            }
+            main_from = payload;
+            while (main_from > 0) {
+                INT_U64 footprint = member_footprint(m_plan.members[main_from - 1].member, sizes[main_from - 1]);
+                if (used + footprint > limit)
+                    break;
+                used += footprint;
+                --main_from;
+            }
+            INT_U64 held = limit; // forces a first package
+            for (size_t i = 0; i < main_from; ++i) {
+                INT_U64 footprint = member_footprint(m_plan.members[i].member, sizes[i]);
+                if (54 + footprint > limit) {
+                    packer_error("%s:%d: '%s' is larger than one package can hold (%llu bytes)",
+                        m_plan.config_path.c_str(), m_plan.members[i].line, m_plan.members[i].path.c_str(),
+                        static_cast<unsigned long long>(limit));
+                    return false;
+                }
+                if (held + footprint > limit) {
+                    first_of.push_back(i);
+                    held = 54;
+                }
+                held += footprint;
+            }
+        }
+
+        // The packages in data set order, the main one last.
+        std::vector<FILE_RECORD*> records;
+        for (INT_S16 i = 0; i < m_database->installation_count; ++i) {
+            for (INT_S16 f = 0; f < m_database->installations[i].file_count; ++f)
+                records.push_back(&m_database->installations[i].files[f]);
+        }
+        m_volumes.resize(first_of.size() + 1);
+        for (size_t v = 0; v < first_of.size(); ++v) {
+            size_t end = v + 1 < first_of.size() ? first_of[v + 1] : main_from;
+            for (size_t i = first_of[v]; i < end; ++i) {
+                add(&m_volumes[v], i, sizes[i]);
+                if (i < records.size() && !rename(records[i], v + 1))
+                    return false;
+            }
+        }
+        VOLUME& main = m_volumes.back();
+        for (size_t i = first_of.empty() ? 0 : main_from; i < m_plan.members.size(); ++i)
+            add(&main, i, sizes[i]);
+        if (!first_of.empty() && !write_database()) {
+            packer_error("cannot write the member database.bin in %s", m_temp.path());
             return false;
         }
-        // Without a configured id, the id is a CRC-32 of the configuration and of every member's
-        // name and bytes: the same inputs give the same id, and any change gives another.
-        if (!m_plan.installation_id_given) {
-            uLong crc = crc32(0L, Z_NULL, 0);
-            if (!file_crc(m_plan.inputs[0], &crc)) {
+        main.members.push_back(IMAGE_MEMBER { "database.bin", m_temp.path_text(m_database_name), m_database_size });
+        main.sources.push_back(-1);
+
+        for (VOLUME& volume : m_volumes) {
+            volume.image = new (std::nothrow) PACKAGE_IMAGE;
+            if (!volume.image || !volume.image->lay_out(volume.members, 1024)) {
+                packer_error("a package would be larger than 4 GiB, which its offsets cannot reach");
+                return false;
+            }
+            m_total += volume.image->size();
+        }
+        m_progress->start("packing", m_total, static_cast<INT_U32>(m_plan.members.size() + 1));
+        return true;
+    }
+
+    [[nodiscard]] size_t count() const { return m_volumes.size(); }
+    [[nodiscard]] PACKAGE_IMAGE* image(size_t volume) const { return m_volumes[volume].image; }
+
+    // Makes package `volume` ready to be read. The id's CRC-32 runs on from one package into the
+    // next, over every member in the order of the plan.
+    bool start(size_t volume)
+    {
+        m_current = volume;
+        PACKAGE_IMAGE* image = m_volumes[volume].image;
+        image->set_open_member(open_member, this);
+        if (m_plan.installation_id_given)
+            return true;
+        INT_U32 crc = 0;
+        if (volume == 0) {
+            uLong first = crc32(0L, Z_NULL, 0);
+            if (!file_crc(m_plan.inputs[0], &first)) {
                 packer_error("cannot read '%s'", m_plan.inputs[0].c_str());
                 return false;
             }
-            image->set_crc_members(m_plan.members.size(), static_cast<INT_U32>(crc));
+            crc = static_cast<INT_U32>(first);
+        } else {
+            crc = m_volumes[volume - 1].image->crc();
         }
-        image->set_open_member(open_member, this);
-        m_progress->start("packing", image->size(), static_cast<INT_U32>(members.size()));
+        size_t counted = m_volumes[volume].members.size() - (volume + 1 == m_volumes.size() ? 1 : 0);
+        image->set_crc_members(counted, crc);
         return true;
     }
 
     // After a failed build: what went wrong with the package's members, when it was them.
     void report_failure() const
     {
-        INT_S64 failed = m_image ? m_image->failed_member() : -1;
+        const VOLUME& volume = m_volumes[m_current];
+        INT_S64 failed = volume.image ? volume.image->failed_member() : -1;
         if (failed < 0)
             return;
-        if (static_cast<size_t>(failed) >= m_plan.members.size()) {
+        INT_S64 source = volume.sources[static_cast<size_t>(failed)];
+        if (source < 0) {
             packer_error("cannot write the member database.bin");
             return;
         }
-        const PACK_MEMBER& member = m_plan.members[static_cast<size_t>(failed)];
+        const PACK_MEMBER& member = m_plan.members[static_cast<size_t>(source)];
         packer_error("%s:%d: '%s' changed or could not be read whole while it was packed", m_plan.config_path.c_str(),
             member.line, member.path.c_str());
     }
 
 private:
+    struct VOLUME {
+        std::vector<IMAGE_MEMBER> members;
+        std::vector<INT_S64> sources; // the plan's index of each member; -1 for database.bin
+        PACKAGE_IMAGE* image { nullptr };
+    };
+
+    void add(VOLUME* volume, size_t index, INT_U64 size)
+    {
+        const PACK_MEMBER& member = m_plan.members[index];
+        volume->members.push_back(IMAGE_MEMBER { member.member, member.path, size });
+        volume->sources.push_back(static_cast<INT_S64>(index));
+    }
+
+    // A file record of package `number`: its packed name gets the package's name in front.
+    bool rename(FILE_RECORD* record, size_t number)
+    {
+        char name[DATABASE_TEXT];
+        int length = snprintf(name, sizeof name, "installer.pkg.%zu/%s", number, record->packed_name);
+        const char* stored = length > 0 && length < DATABASE_TEXT ? m_database->file_texts.store_once(name) : nullptr;
+        if (!stored) {
+            packer_error("cannot name the member '%s' in package %zu", record->packed_name, number);
+            return false;
+        }
+        record->packed_name = stored;
+        return true;
+    }
+
     static FILE* open_member(size_t index, const IMAGE_MEMBER& member, void* context)
     {
-        PACKAGE_MEMBERS* self = static_cast<PACKAGE_MEMBERS*>(context);
-        if (index > 0)
-            self->m_progress->add_file();
-        if (index == self->m_plan.members.size()) {
+        PACKAGE_SET* self = static_cast<PACKAGE_SET*>(context);
+        self->m_progress->add_file();
+        const VOLUME& volume = self->m_volumes[self->m_current];
+        if (volume.sources[index] < 0) {
             INT_U64 planned = self->m_database_size;
             if (!self->m_plan.installation_id_given) {
-                self->m_database->installation_id = self->m_image->crc();
+                self->m_database->installation_id = volume.image->crc();
                 if (!self->write_database() || self->m_database_size != planned)
                     return nullptr;
             }
@@ -321,7 +466,9 @@ private:
     DATABASE* m_database;
     const PACK_PLAN& m_plan;
     PROGRESS* m_progress;
-    PACKAGE_IMAGE* m_image { nullptr };
+    std::vector<VOLUME> m_volumes;
+    size_t m_current { 0 };
+    INT_U64 m_total { 0 };
     FOLDER m_temp { "$TEMP" };
     char m_database_name[64] {};
     INT_U64 m_database_size { 0 };
@@ -456,28 +603,30 @@ bool write_installer(const BUILD_OPTIONS& options, const PACK_PLAN& plan, DATABA
     chunks.compressed = compress != 0;
     chunks.level = options.level;
     chunks.jobs = options.jobs;
-    PACKAGE_IMAGE image;
-    PACKAGE_MEMBERS members(database, plan, progress);
-    bool laid_out = ok && members.prepare(&image);
-    if (ok && !laid_out) {
+    PACKAGE_SET packages(database, plan, progress);
+    bool prepared = ok && packages.prepare(options.package_limit);
+    if (ok && !prepared) {
         fclose(stream);
         (void)folder.delete_file(part.c_str());
         return false;
     }
-    ok = ok && write_package_chunks(&out, &image, image.size(), chunks, chunk_progress, progress);
-    if (laid_out) {
+    // Packages are parted by a chunk of length 0.
+    for (size_t volume = 0; ok && volume < packages.count(); ++volume) {
+        if (volume > 0)
+            ok = device_write(&out, static_cast<INT_S32>(0));
+        PACKAGE_IMAGE* image = packages.image(volume);
+        ok = ok && packages.start(volume)
+            && write_package_chunks(&out, image, image->size(), chunks, chunk_progress, progress);
+    }
+    if (prepared) {
         progress->finish();
         if (!ok && !host_stop_requested())
-            members.report_failure();
-    }
-    if (ok && client.size() + out.count() > 0xFFFFFFFFu) {
-        packer_error("the installer would be larger than 4 GiB, which its offsets cannot reach");
-        ok = false;
+            packages.report_failure();
     }
 
     record.flags = static_cast<INT_U8>(record.flags | STAMP_FLAG_ALWAYS | STAMP_FLAG_DATA_SET);
     record.data_offset = static_cast<INT_U32>(client.size() - 1);
-    set_stamp_check(&record, static_cast<INT_U32>(out.count()), out.crc());
+    set_stamp_check(&record, out.count(), out.crc());
     INT_U8 bytes[STAMP_RECORD_SIZE];
     stamp_record_to_bytes(record, bytes);
     ok = ok && fseek(stream, static_cast<long>(stamp_at), SEEK_SET) == 0
@@ -529,6 +678,17 @@ bool parse_options(int argc, char** argv, BUILD_OPTIONS* options, int* status)
                 return false;
             }
             options->level = text[0] - '0';
+        } else if (strcmp(argument, "--package-limit") == 0 && has_value) {
+            const char* text = argv[++i];
+            char* end = nullptr;
+            unsigned long long limit = strtoull(text, &end, 10);
+            if (!text[0] || *end || text[0] == '-' || limit < 65536 || limit > PACKAGE_LIMIT) {
+                packer_error("--package-limit takes a number of bytes from 65536 to %llu, not '%s'",
+                    static_cast<unsigned long long>(PACKAGE_LIMIT), text);
+                *status = PACKER_USAGE;
+                return false;
+            }
+            options->package_limit = limit;
         } else if (strcmp(argument, "--jobs") == 0 && has_value) {
             const char* text = argv[++i];
             char* end = nullptr;

@@ -236,10 +236,11 @@ int print_installer(const FOLDER& folder, const char* name, const STAMP_RECORD& 
     printf("Stamp at byte %u: flags 0x%02X, data offset %u, skin offset %u\n", stamp_position, record.flags,
         record.data_offset, record.skin_offset);
     print_run_time(folder, name, record);
-    INT_U32 length = 0, crc = 0;
+    INT_U64 length = 0;
+    INT_U32 crc = 0;
     if (stamp_check(record, &length, &crc)) {
         STAMP_VERIFY verdict = verify_stamped_file(folder, name);
-        printf("Check: %u bytes, CRC-32 0x%08X: %s\n", length, crc,
+        printf("Check: %llu bytes, CRC-32 0x%08X: %s\n", static_cast<unsigned long long>(length), crc,
             verdict == STAMP_VERIFY_GOOD ? "the data set matches" : "the data set is DAMAGED");
     } else {
         printf("Check: none recorded\n");

@@ -1,0 +1,179 @@
+// A payload larger than one package: several packages parted by a chunk of length 0, the main
+// one last, the file records naming the others' members by package; installed whole from the
+// data set in place, with the same installation id as one package would give.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "installer/engine/data_set.h"
+#include "installer/engine/data_set_reader.h"
+#include "installer/engine/database.h"
+#include "io/data_file.h"
+#include "io/folder.h"
+#include "io/stamp.h"
+#include "test_support.h"
+
+namespace {
+
+std::string file_bytes(size_t size, unsigned seed)
+{
+    std::string bytes(size, '\0');
+    unsigned state = seed * 2654435761u + 1;
+    for (size_t i = 0; i < size; ++i) {
+        state = state * 1103515245u + 12345u;
+        bytes[i] = (i & 3) ? static_cast<char>('a' + (i / 11 + seed) % 26) : static_cast<char>(state >> 16);
+    }
+    return bytes;
+}
+
+class PACKER_PACKAGES : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(here.set_raw(temp.path().c_str()));
+        std::string files;
+        for (int i = 0; i < 8; ++i) {
+            std::string name = "part" + std::to_string(i) + ".bin";
+            contents.push_back(file_bytes(90000, static_cast<unsigned>(i)));
+            ASSERT_TRUE(write_file(temp.file(name), contents.back()));
+            files += "\t\t<FILE src_name=\"" + name + "\" dest_path_from_inst_loc=\"$HERE/d" + std::to_string(i % 3) + "\"/>\n";
+        }
+        ASSERT_TRUE(write_file(temp.file("readme.txt"), "read me"));
+        std::string xml = "<INSTALLER file_cache_sz=\"65536\" default_language_name=\"en\">\n"
+                          "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"packages\"/>\n"
+                          "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
+                          "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/packages\">\n"
+            + files
+            + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n"
+              "\t\t<README path=\".\" filename=\"readme.txt\" lines=\"2\"/>\n\t</LANGUAGE>\n</INSTALLER>\n";
+        ASSERT_TRUE(write_file(temp.file("installer.xml"), xml));
+    }
+
+    RUN_RESULT pack(const std::string& output, const std::vector<std::string>& extra = {})
+    {
+        std::vector<std::string> arguments = { "build", "installer.xml", "-o", output, "--client", installer_path(), "--quiet" };
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        return run_program(packer_path(), arguments, { "SOURCE_DATE_EPOCH=1700000000" }, temp.path());
+    }
+
+    // The chunk lengths of a finished installer, separators (0) included.
+    std::vector<INT_S32> chunk_lengths(const char* name)
+    {
+        std::vector<INT_S32> lengths;
+        DATA_FILE* plain = here.open_data_file(name, FILE_READ, 0, false);
+        STAMP_RECORD record;
+        bool stamped = plain && read_stamp(plain, &record);
+        FOLDER::close_data_file(&plain);
+        DATA_FILE* device = stamped ? here.open_data_file(name, FILE_READ, ORDER_MARKER_IN_FILE, false) : nullptr;
+        DATA_SET_HEADER header;
+        if (device && read_data_set_header(device, record.data_offset, nullptr, &header)) {
+            INT_S32 length = 0;
+            while (!device->at_end() && device_read(device, &length)) {
+                lengths.push_back(length);
+                if (length > 0 && !device->seek(device->tell() + static_cast<INT_U32>(length), false))
+                    break;
+            }
+        }
+        FOLDER::close_data_file(&device);
+        return lengths;
+    }
+
+    std::unique_ptr<DATABASE> database_of(const char* name)
+    {
+        INT_S32 chunks = 0;
+        DATA_SET_HEADER header;
+        EXPECT_TRUE(unpack_installer(here, name, here, "main.pkg", nullptr, &header, &chunks));
+        std::unique_ptr<DATABASE> database(new DATABASE);
+        EXPECT_TRUE(database->data_folder.set_raw(temp.path().c_str()));
+        EXPECT_TRUE(database->load_data_set("main.pkg"));
+        return database;
+    }
+
+    TEMP_FOLDER temp;
+    FOLDER here;
+    std::vector<std::string> contents;
+};
+
+} // namespace
+
+TEST_F(PACKER_PACKAGES, a_payload_larger_than_one_package_goes_into_several_and_installs_whole)
+{
+    RUN_RESULT run = pack("several", { "--package-limit", "200000" });
+    ASSERT_EQ(run.status, 0) << run.errors;
+    ASSERT_EQ(pack("one").status, 0);
+
+    std::vector<INT_S32> lengths = chunk_lengths("several");
+    int separators = 0;
+    for (INT_S32 length : lengths)
+        separators += length == 0;
+    EXPECT_GE(separators, 2);
+    for (INT_S32 length : chunk_lengths("one"))
+        EXPECT_GT(length, 0);
+
+    // The main package (unpacked, the last) holds the database; the first files are named by
+    // their package. The id is the one a single package gives: the same bytes in the same order.
+    std::unique_ptr<DATABASE> several = database_of("several");
+    std::unique_ptr<DATABASE> one = database_of("one");
+    ASSERT_EQ(several->installation_count, 1);
+    const INSTALLATION_RECORD& files = several->installations[0];
+    ASSERT_EQ(files.file_count, 8);
+    EXPECT_STREQ(files.files[0].packed_name, "installer.pkg.1/main0001");
+    EXPECT_STREQ(files.files[7].packed_name, "main0008");
+    EXPECT_EQ(several->installation_id, one->installation_id);
+    EXPECT_NE(several->installation_id, 0u);
+    EXPECT_TRUE(several->has_readme());
+
+    // Read in place: every member by its name, a package the data set lacks by none.
+    DATA_SET_HEADER header;
+    {
+        DATA_FILE* plain = here.open_data_file("several", FILE_READ, 0, false);
+        STAMP_RECORD record;
+        ASSERT_TRUE(read_stamp(plain, &record));
+        FOLDER::close_data_file(&plain);
+        DATA_FILE* device = here.open_data_file("several", FILE_READ, ORDER_MARKER_IN_FILE, false);
+        ASSERT_TRUE(read_data_set_header(device, record.data_offset, nullptr, &header));
+        FOLDER::close_data_file(&device);
+    }
+    DATA_SET_READER reader;
+    ASSERT_TRUE(reader.open(here, "several", header));
+    EXPECT_EQ(reader.package_count(), static_cast<INT_U32>(separators + 1));
+    for (INT_S16 f = 0; f < files.file_count; ++f)
+        EXPECT_TRUE(reader.has_member(files.files[f].packed_name)) << files.files[f].packed_name;
+    EXPECT_FALSE(reader.has_member("installer.pkg.0/main0001"));
+    EXPECT_FALSE(reader.has_member("installer.pkg.99/main0001"));
+    EXPECT_FALSE(reader.has_member("installer.pkg.1/main0008"));
+
+    // Installed, every file is whole.
+    std::string target = temp.file("target");
+    RUN_RESULT installed = run_program(temp.file("several"), { "-a", "-i", target, "-k", "none" },
+        { "HOME=" + temp.path(), "DISPLAY=" });
+    ASSERT_EQ(installed.status, 0) << installed.output;
+    for (int i = 0; i < 8; ++i) {
+        std::string path = target + "/d" + std::to_string(i % 3) + "/part" + std::to_string(i) + ".bin";
+        EXPECT_TRUE(read_file(path) == contents[static_cast<size_t>(i)]) << path;
+    }
+    EXPECT_NE(installed.output.find("8 installed, 0 skipped, 0 failed"), std::string::npos) << installed.output;
+
+    // packer info shows the main package.
+    RUN_RESULT info = run_program(packer_path(), { "info", temp.file("several") });
+    EXPECT_EQ(info.status, 0) << info.errors;
+    EXPECT_NE(info.output.find("the data set matches"), std::string::npos) << info.output;
+}
+
+TEST_F(PACKER_PACKAGES, a_file_larger_than_a_package_and_bad_limits_are_refused)
+{
+    RUN_RESULT run = pack("out", { "--package-limit", "70000" });
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.errors.find("installer.xml:5: '" + temp.path() + "/part0.bin' is larger than one package can hold (70000 bytes)"),
+        std::string::npos)
+        << run.errors;
+    for (const char* bad : { "100", "x", "-5", "4294967296" }) {
+        RUN_RESULT refused = pack("out", { "--package-limit", bad });
+        EXPECT_EQ(refused.status, 2) << bad;
+        EXPECT_NE(refused.errors.find("--package-limit takes a number of bytes from 65536 to 4294967295"), std::string::npos)
+            << refused.errors;
+    }
+}
