@@ -89,6 +89,17 @@ int main(int argc, char** argv)
         printf("unattended install: %.1f s, status %d, peak memory %.1f MiB, temporary space %.1f MiB\n",
             installed.seconds, installed.status, installed.peak_kib / 1024.0, temp_peak / 1048576.0);
         ok = installed.ok;
+        if (!ok) {
+            // The install's own account of what went wrong.
+            std::string log = work + "/log.txt";
+            FILE* in = fopen(log.c_str(), "r");
+            char line[4096];
+            int shown = 0;
+            while (in && fgets(line, sizeof line, in) && shown++ < 40)
+                printf("  | %s", line);
+            if (in)
+                fclose(in);
+        }
         for (const char* name : { "noise0.bin", "noise1.bin", "sparse.bin" }) {
             bool same = ok && same_file(payload + "/" + name, work + "/target/payload/" + name);
             printf("  %s: %s\n", name, same ? "installed whole" : "DIFFERENT OR MISSING");
@@ -96,6 +107,9 @@ int main(int argc, char** argv)
         }
     }
     printf("%s\n", ok ? "PASSED: an installer over 4 GiB packs, checks and installs" : "FAILED");
-    bench::run({ "rm", "-rf", work });
+    if (getenv("BENCH_KEEP"))
+        printf("kept in %s\n", work.c_str());
+    else
+        bench::run({ "rm", "-rf", work });
     return ok ? 0 : 1;
 }

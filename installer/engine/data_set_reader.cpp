@@ -147,8 +147,10 @@ DATA_SET_READER::VOLUME* DATA_SET_READER::select(const char* name, const char** 
 {
     *member = name;
     VOLUME* volume = &m_volumes[m_volume_count - 1];
+    // Only a data set of several packages names members by package: in one of a single package
+    // every name is the member's own.
     static const char prefix[] = "installer.pkg.";
-    if (name && strncmp(name, prefix, sizeof prefix - 1) == 0) {
+    if (m_volume_count > 1 && name && strncmp(name, prefix, sizeof prefix - 1) == 0) {
         const char* at = name + sizeof prefix - 1;
         INT_U32 number = 0;
         while (*at >= '0' && *at <= '9' && number < 100000)
@@ -501,10 +503,13 @@ bool DATA_SET_READER::try_end(INT_U64 package_size)
     if (!inflate(last))
         return false;
     INT_U32 length = m_chunks[last].length;
-    // Every chunk but the last holds at most the cache size, and positions are 32 bits.
+    // Every chunk but the last holds at most the cache size, and positions are 32 bits. The last
+    // entry is read where it lies: from the start when it is there already (a package of one
+    // large payload file), else from the end, within a budget.
+    bool from_start = m_v->last_entry < forward_end();
     if (package_size < static_cast<INT_U64>(length) + forward_end() || package_size > 0xFFFFFFFFull
         || package_size > static_cast<INT_U64>(m_v->end - m_v->begin) * m_cache_size || m_v->last_entry >= package_size
-        || package_size - m_v->last_entry > TAIL_BUDGET)
+        || (!from_start && package_size - m_v->last_entry > TAIL_BUDGET))
         return false;
     m_v->package_size = package_size;
     m_v->tail = last;
@@ -513,7 +518,7 @@ bool DATA_SET_READER::try_end(INT_U64 package_size)
     ENTRY entry;
     char name[PACKAGE_MAX_NAME + 1];
     INT_U32 unit = m_v->block_size + 8;
-    bool ok = place_tail_down_to(m_v->last_entry) && read_entry(m_v->last_entry, &entry, name, sizeof name)
+    bool ok = (from_start || place_tail_down_to(m_v->last_entry)) && read_entry(m_v->last_entry, &entry, name, sizeof name)
         && entry.next_entry == 0 && entry.last_block == package_size - unit;
     if (ok)
         return add_entry(entry, name) != nullptr;

@@ -320,7 +320,6 @@ TEST_F(INTERACTIVE, the_sample_shows_its_splash_with_a_moving_bar_then_the_wizar
     // The bar follows the check of the data set, which for the small sample read in place is over
     // in milliseconds: at least one look of it, and every further look shows it longer.
     ASSERT_GE(empty_columns.size(), 1u) << "the bar was never seen";
-    EXPECT_GT(empty_columns.front(), BAR_WIDTH / 2) << "the first look is of a bar that has hardly begun";
     for (size_t i = 1; i < empty_columns.size(); ++i)
         EXPECT_LT(empty_columns[i], empty_columns[i - 1]) << "look " << i;
 

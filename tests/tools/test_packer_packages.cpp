@@ -37,7 +37,9 @@ protected:
         std::string files;
         for (int i = 0; i < 8; ++i) {
             std::string name = "part" + std::to_string(i) + ".bin";
-            contents.push_back(file_bytes(90000, static_cast<unsigned>(i)));
+            // Large and small files: a package of one large file has its only entry at its start,
+            // one of several has its last entry further on.
+            contents.push_back(file_bytes(i % 2 ? 30000 : 120000, static_cast<unsigned>(i)));
             ASSERT_TRUE(write_file(temp.file(name), contents.back()));
             files += "\t\t<FILE src_name=\"" + name + "\" dest_path_from_inst_loc=\"$HERE/d" + std::to_string(i % 3) + "\"/>\n";
         }
@@ -165,11 +167,23 @@ TEST_F(PACKER_PACKAGES, a_payload_larger_than_one_package_goes_into_several_and_
 
 TEST_F(PACKER_PACKAGES, a_file_larger_than_a_package_and_bad_limits_are_refused)
 {
-    RUN_RESULT run = pack("out", { "--package-limit", "70000" });
+    RUN_RESULT run = pack("out", { "--package-limit", "100000" });
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.errors.find("installer.xml:5: '" + temp.path() + "/part0.bin' is larger than one package can hold (70000 bytes)"),
+    EXPECT_NE(run.errors.find("installer.xml:5: '" + temp.path() + "/part0.bin' is larger than one package can hold (100000 bytes)"),
         std::string::npos)
         << run.errors;
+    // An install type whose packed names would read as members of another package.
+    std::string xml = read_file(temp.file("installer.xml"));
+    std::string renamed = xml;
+    renamed.replace(renamed.find("name=\"main\""), 11, "name=\"installer.pkg.2\"");
+    ASSERT_TRUE(write_file(temp.file("installer.xml"), renamed));
+    RUN_RESULT clash = pack("out", { "--package-limit", "200000" });
+    EXPECT_EQ(clash.status, 1);
+    EXPECT_NE(clash.errors.find("the install type \"installer.pkg.2\" cannot be packed into several packages"),
+        std::string::npos) << clash.errors;
+    EXPECT_EQ(pack("out").status, 0) << "one package names every member by itself";
+    ASSERT_TRUE(write_file(temp.file("installer.xml"), xml));
+
     for (const char* bad : { "100", "x", "-5", "4294967296" }) {
         RUN_RESULT refused = pack("out", { "--package-limit", bad });
         EXPECT_EQ(refused.status, 2) << bad;

@@ -283,6 +283,16 @@ public:
         std::vector<size_t> first_of; // the first plan member of each package but the main one
         size_t main_from = 0;         // the first payload member of the main package
         if (all + member_footprint("database.bin", m_database_size) > limit) {
+            // Members of the other packages are named "installer.pkg.N/...": no packed name of
+            // the main package may look like one.
+            for (INT_S16 i = 0; i < m_database->installation_count; ++i) {
+                if (strncmp(m_database->installations[i].name, "installer.pkg.", 14) == 0) {
+                    packer_error("%s: the install type \"%s\" cannot be packed into several packages (its name "
+                                 "begins with \"installer.pkg.\")",
+                        m_plan.config_path.c_str(), m_database->installations[i].name);
+                    return false;
+                }
+            }
             // The main package keeps the texts, the fonts, the database (with room for the
             // package names) and as much of the end of the payload as fits beside them.
             INT_U64 database_most = m_database_size + PACKAGE_PREFIX_ROOM * payload;
