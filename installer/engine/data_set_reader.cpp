@@ -55,20 +55,22 @@ INT_U32 text_hash(const char* text)
 
 DATA_SET_READER::~DATA_SET_READER()
 {
-    if (m_prefetch.thread) {
-        {
-            std::lock_guard<std::mutex> lock(m_prefetch.mutex);
-            m_prefetch.stopping = true;
-        }
-        m_prefetch.wake.notify_all();
-        host_join_thread(m_prefetch.thread);
+    {
+        std::lock_guard<std::mutex> lock(m_prefetch.mutex);
+        m_prefetch.stopping = true;
     }
-    if (m_prefetch.file)
-        fclose(m_prefetch.file);
-    delete[] m_prefetch.stored;
-    delete[] m_prefetch.inflated;
-    if (m_prefetch.stream_ready)
-        inflateEnd(&m_prefetch.stream);
+    m_prefetch.wake.notify_all();
+    for (INT_U32 i = 0; i < m_prefetch.thread_count; ++i)
+        host_join_thread(m_prefetch.threads[i]);
+    for (INT_U32 i = 0; i < m_prefetch.slot_count; ++i) {
+        PREFETCH_SLOT& slot = m_prefetch.slots[i];
+        if (slot.file)
+            fclose(slot.file);
+        delete[] slot.stored;
+        delete[] slot.inflated;
+        if (slot.stream_ready)
+            inflateEnd(&slot.stream);
+    }
     if (m_stream_ready)
         inflateEnd(&m_stream);
     if (m_file)
@@ -287,14 +289,46 @@ bool DATA_SET_READER::inflate_from(FILE* file, z_stream* stream, bool* stream_re
 
 void DATA_SET_READER::start_prefetch(const FOLDER& folder, const char* name)
 {
-    // Two more buffers of the cache size: worth it for the usual caches, not for the largest.
+    // Two more buffers of the cache size for each slot: worth it for the usual caches, not for
+    // the largest. A slot for each processor, up to three.
     if (!m_compressed || m_chunk_count < 3 || m_cache_size > (4u << 20))
         return;
-    m_prefetch.file = folder.open_stream(name, "rb");
-    m_prefetch.stored = new (std::nothrow) INT_U8[m_cache_size];
-    m_prefetch.inflated = new (std::nothrow) INT_U8[m_cache_size];
-    if (m_prefetch.file && m_prefetch.stored && m_prefetch.inflated)
-        m_prefetch.thread = host_start_thread(prefetch_main, this);
+    INT_S32 processors = host_processor_count();
+    INT_U32 wanted = processors < 1 ? 1 : processors > static_cast<INT_S32>(PREFETCH_MOST) ? PREFETCH_MOST : static_cast<INT_U32>(processors);
+    // Every slot is made before any thread starts; any thread fills any slot.
+    INT_U32 made = 0;
+    for (; made < wanted; ++made) {
+        PREFETCH_SLOT& slot = m_prefetch.slots[made];
+        slot.file = folder.open_stream(name, "rb");
+        slot.stored = new (std::nothrow) INT_U8[m_cache_size];
+        slot.inflated = new (std::nothrow) INT_U8[m_cache_size];
+        if (!slot.file || !slot.stored || !slot.inflated) {
+            if (slot.file)
+                fclose(slot.file);
+            delete[] slot.stored;
+            delete[] slot.inflated;
+            slot = PREFETCH_SLOT();
+            break;
+        }
+    }
+    m_prefetch.slot_count = made;
+    for (INT_U32 i = 0; i < made; ++i) {
+        m_prefetch.threads[i] = host_start_thread(prefetch_main, this);
+        if (!m_prefetch.threads[i])
+            break;
+        m_prefetch.thread_count = i + 1;
+    }
+    // Without a thread the slots would only be waited for.
+    if (m_prefetch.thread_count == 0) {
+        for (INT_U32 i = 0; i < made; ++i) {
+            PREFETCH_SLOT& slot = m_prefetch.slots[i];
+            fclose(slot.file);
+            delete[] slot.stored;
+            delete[] slot.inflated;
+            slot = PREFETCH_SLOT();
+        }
+        m_prefetch.slot_count = 0;
+    }
 }
 
 void DATA_SET_READER::prefetch_main(void* context)
@@ -303,40 +337,91 @@ void DATA_SET_READER::prefetch_main(void* context)
     PREFETCH& prefetch = reader->m_prefetch;
     std::unique_lock<std::mutex> lock(prefetch.mutex);
     for (;;) {
-        prefetch.wake.wait(lock, [&] { return prefetch.stopping || prefetch.state == PREFETCH::QUEUED; });
+        PREFETCH_SLOT* slot = nullptr;
+        prefetch.wake.wait(lock, [&] {
+            if (prefetch.stopping)
+                return true;
+            for (INT_U32 i = 0; i < prefetch.slot_count && !slot; ++i) {
+                if (prefetch.slots[i].state == PREFETCH_SLOT::QUEUED)
+                    slot = &prefetch.slots[i];
+            }
+            return slot != nullptr;
+        });
         if (prefetch.stopping)
             return;
-        prefetch.state = PREFETCH::RUNNING;
-        INT_U32 index = prefetch.index;
+        slot->state = PREFETCH_SLOT::RUNNING;
+        INT_U32 index = slot->index;
         lock.unlock();
         INT_U32 size = 0;
-        bool ok = reader->inflate_from(prefetch.file, &prefetch.stream, &prefetch.stream_ready, index, prefetch.stored,
-            prefetch.inflated, &size);
+        bool ok = reader->inflate_from(slot->file, &slot->stream, &slot->stream_ready, index, slot->stored,
+            slot->inflated, &size);
         lock.lock();
-        prefetch.ok = ok;
-        prefetch.size = size;
-        prefetch.state = PREFETCH::FINISHED;
+        slot->ok = ok;
+        slot->size = size;
+        slot->state = PREFETCH_SLOT::FINISHED;
         prefetch.done.notify_all();
     }
 }
 
-// Waits for the thread's chunk. When it is `index`, its buffer becomes the one in hand.
+// Takes chunk `index` from a slot, waiting for it when it is being inflated; its buffer becomes
+// the one in hand. Chunks queued but not started that are not wanted any more are dropped.
 bool DATA_SET_READER::take_prefetched(INT_U32 index, INT_U32* size)
 {
-    if (!m_prefetch.thread)
+    if (!m_prefetch.slot_count)
         return false;
     std::unique_lock<std::mutex> lock(m_prefetch.mutex);
-    if (m_prefetch.state == PREFETCH::IDLE)
+    PREFETCH_SLOT* found = nullptr;
+    for (INT_U32 i = 0; i < m_prefetch.slot_count; ++i) {
+        PREFETCH_SLOT& slot = m_prefetch.slots[i];
+        if (slot.state != PREFETCH_SLOT::IDLE && slot.index == index)
+            found = &slot;
+        else if (slot.state == PREFETCH_SLOT::QUEUED && slot.index < index)
+            slot.state = PREFETCH_SLOT::IDLE;
+    }
+    if (!found)
         return false;
-    m_prefetch.done.wait(lock, [&] { return m_prefetch.state == PREFETCH::FINISHED; });
-    m_prefetch.state = PREFETCH::IDLE;
-    if (m_prefetch.index != index || !m_prefetch.ok)
+    m_prefetch.done.wait(lock, [&] { return found->state == PREFETCH_SLOT::FINISHED; });
+    found->state = PREFETCH_SLOT::IDLE;
+    if (!found->ok)
         return false;
     INT_U8* held = m_inflated;
-    m_inflated = m_prefetch.inflated;
-    m_prefetch.inflated = held;
-    *size = m_prefetch.size;
+    m_inflated = found->inflated;
+    found->inflated = held;
+    *size = found->size;
     return true;
+}
+
+// Reading in order: the chunks after `index` are inflated meanwhile, one a slot.
+void DATA_SET_READER::queue_ahead(INT_U32 index)
+{
+    if (!m_prefetch.slot_count)
+        return;
+    bool queued = false;
+    {
+        std::lock_guard<std::mutex> lock(m_prefetch.mutex);
+        for (INT_U32 ahead = 1; ahead <= m_prefetch.slot_count && index + ahead < m_chunk_count; ++ahead) {
+            INT_U32 wanted = index + ahead;
+            PREFETCH_SLOT* free_slot = nullptr;
+            bool held = false;
+            for (INT_U32 i = 0; i < m_prefetch.slot_count; ++i) {
+                PREFETCH_SLOT& slot = m_prefetch.slots[i];
+                if (slot.state != PREFETCH_SLOT::IDLE && slot.index == wanted)
+                    held = true;
+                // A finished chunk that reading went past is free again.
+                if (slot.state == PREFETCH_SLOT::FINISHED && slot.index <= index)
+                    slot.state = PREFETCH_SLOT::IDLE;
+                if (slot.state == PREFETCH_SLOT::IDLE && !free_slot)
+                    free_slot = &slot;
+            }
+            if (held || !free_slot)
+                continue;
+            free_slot->index = wanted;
+            free_slot->state = PREFETCH_SLOT::QUEUED;
+            queued = true;
+        }
+    }
+    if (queued)
+        m_prefetch.wake.notify_all();
 }
 
 bool DATA_SET_READER::inflate(INT_U32 index)
@@ -357,15 +442,8 @@ bool DATA_SET_READER::inflate(INT_U32 index)
     chunk.length = size;
     m_current = index;
     ++m_inflations;
-    // Reading in order: the next chunk is inflated meanwhile.
-    if (m_prefetch.thread && before + 1 == static_cast<INT_S64>(index) && index + 1 < m_chunk_count) {
-        {
-            std::lock_guard<std::mutex> lock(m_prefetch.mutex);
-            m_prefetch.index = index + 1;
-            m_prefetch.state = PREFETCH::QUEUED;
-        }
-        m_prefetch.wake.notify_one();
-    }
+    if (before + 1 == static_cast<INT_S64>(index))
+        queue_ahead(index);
     return true;
 }
 

@@ -83,15 +83,11 @@ private:
         INT_U32 next_entry { 0 };
     };
 
-    // A thread that inflates the chunk after the one in hand while that one is read, so that
-    // reading members in order keeps both processors busy.
-    struct PREFETCH {
-        HOST_THREAD* thread { nullptr };
-        std::mutex mutex;
-        std::condition_variable wake;
-        std::condition_variable done;
+    // Threads that inflate the chunks after the one in hand while that one is read, so that
+    // reading members in order keeps every processor busy. Each slot holds one chunk ahead.
+    static constexpr INT_U32 PREFETCH_MOST = 3;
+    struct PREFETCH_SLOT {
         enum STATE { IDLE, QUEUED, RUNNING, FINISHED } state { IDLE };
-        bool stopping { false };
         INT_U32 index { 0 };
         bool ok { false };
         INT_U32 size { 0 };
@@ -101,12 +97,23 @@ private:
         z_stream stream {};
         bool stream_ready { false };
     };
+    struct PREFETCH {
+        HOST_THREAD* threads[PREFETCH_MOST] {};
+        INT_U32 thread_count { 0 };
+        PREFETCH_SLOT slots[PREFETCH_MOST];
+        INT_U32 slot_count { 0 };
+        std::mutex mutex;
+        std::condition_variable wake;
+        std::condition_variable done;
+        bool stopping { false };
+    };
 
     bool fail(INT_U16 code, const char* detail);
     bool list_chunks(const DATA_SET_HEADER& header);
     void start_prefetch(const FOLDER& folder, const char* name);
     static void prefetch_main(void* context);
     bool take_prefetched(INT_U32 index, INT_U32* size);
+    void queue_ahead(INT_U32 index);
     bool inflate_from(FILE* file, z_stream* stream, bool* stream_ready, INT_U32 index, INT_U8* stored, INT_U8* inflated,
         INT_U32* size);
     bool inflate(INT_U32 chunk);

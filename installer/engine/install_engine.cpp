@@ -271,9 +271,10 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     INSTALL_RESULT result = INSTALL_INSTALLED;
     if (folder_ok) {
         m_swept.sweep(folder);
+        // Only the other rules look at what stands at the name now.
         bool wanted = true;
         HOST_FILE_INFO info;
-        bool present = folder.entry_info(name, &info);
+        bool present = file.overwrite != OVERWRITE_ALWAYS && folder.entry_info(name, &info);
         if (file.overwrite == OVERWRITE_WHEN_ABSENT)
             wanted = !present;
         else if (file.overwrite == OVERWRITE_WHEN_OLDER && present)
