@@ -145,7 +145,7 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
     forget_file_folder();
     if (!database->system_info.system_folders || !installation.allow_system_paths)
         database->use_system_paths = 0;
-    m_total = static_cast<INT_S16>(installation.file_count + 1);
+    m_total = installation.file_count + 1;
 
     if (!database->members()) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);

@@ -76,9 +76,9 @@ public:
     void interrupt(const char* reason);
 
     // Where the run stands: 0 at rest, 1 to total() + 1 while working, above that when done.
-    [[nodiscard]] INT_S16 counter() const { return m_counter; }
+    [[nodiscard]] INT_S32 counter() const { return m_counter; }
     // The install type's file_count plus 1, from the opening step on.
-    [[nodiscard]] INT_S16 total() const { return m_total; }
+    [[nodiscard]] INT_S32 total() const { return m_total; }
     // Files that failed so far in this run.
     [[nodiscard]] INT_U8 error_count() const { return m_error_count; }
     [[nodiscard]] bool at_rest() const { return m_counter == 0; }
@@ -101,8 +101,9 @@ private:
     bool open_file_folder(const char* destination);
     void forget_file_folder();
 
-    INT_S16 m_counter { 0 };
-    INT_S16 m_total { 0 };
+    // 32 bits: an install type of 32767 files (the most a data set holds) has a total of 32768.
+    INT_S32 m_counter { 0 };
+    INT_S32 m_total { 0 };
     INT_U8 m_error_count { 0 };
     bool m_stopped { false };
     bool m_allow_file_system_root { false };
