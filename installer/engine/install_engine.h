@@ -99,6 +99,7 @@ private:
     void append_to_log(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void release_globals();
     bool open_file_folder(const char* destination);
+    void close_log();
     void forget_file_folder();
 
     // 32 bits: an install type of 32767 files (the most a data set holds) has a total of 32768.
@@ -113,6 +114,7 @@ private:
     FOLDER m_install_root;
     // Open for the run, so that every line goes into the folder the header went into.
     DESTINATION_FOLDER m_log_folder;
+    int m_log_descriptor { -1 }; // the log made by this run, open for appending
     // The folder of the last file and the destination text it was opened for (a text of the
     // database's records, which outlive the run).
     DESTINATION_FOLDER m_file_folder;
