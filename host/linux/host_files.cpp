@@ -201,17 +201,25 @@ void remove_run_folder_at_exit()
 
 } // namespace
 
+namespace {
+
+// Where the run's folder goes: the home's own "tmp", else the user's $TMPDIR, else /tmp.
+void choose_base(const char* home, char* base, size_t size)
+{
+    if (home && home[0] && snprintf(base, size, "%s/tmp", home) < static_cast<int>(size) && is_usable_base(base))
+        return;
+    const char* chosen = getenv("TMPDIR");
+    if (chosen && snprintf(base, size, "%s", chosen) < static_cast<int>(size) && is_usable_base(base))
+        return;
+    snprintf(base, size, "/tmp");
+}
+
+} // namespace
+
 bool host_run_temp_folder(const char* home, const char* name, bool create, char* out)
 {
-    char base[ORLU_MAX_PATH] = {};
-    if (home && home[0] && snprintf(base, sizeof base, "%s/tmp", home) < ORLU_MAX_PATH && is_usable_base(base)) {
-        // the home's own temporary folder
-    } else if (getenv("TMPDIR") && snprintf(base, sizeof base, "%s", getenv("TMPDIR")) < ORLU_MAX_PATH
-        && is_usable_base(base)) {
-        // the user's choice
-    } else {
-        snprintf(base, sizeof base, "/tmp");
-    }
+    char base[ORLU_MAX_PATH];
+    choose_base(home, base, sizeof base);
     struct stat info;
     if (run_folder[0] && run_folder_owner == getpid() && !strcmp(base, run_base) && lstat(run_folder, &info) == 0
         && S_ISDIR(info.st_mode) && info.st_uid == geteuid()) {

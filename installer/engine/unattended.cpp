@@ -143,7 +143,7 @@ bool stop_requested()
 INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
 {
     // Nobody is there to answer a polite question: a terminate signal ends the run like the
-    // others, after the file in hand.
+    // others.
     set_terminate_quits(true);
     host_print("Loading automatic pack...\n");
     INT_S32 last_percent = -10;
@@ -204,6 +204,9 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
         if (engine.done())
             break;
     }
+    // A signal that comes with the last step finds the work done: that is no interruption.
+    if (stopped && engine.done())
+        stopped = false;
     if (stopped) {
         int signal_number = host_stop_signal();
         engine.interrupt(signal_number ? host_signal_name(signal_number) : "a signal");

@@ -277,6 +277,17 @@ TEST(DATA_FILE, random_access_across_cache_boundaries_matches_model)
     }
     EXPECT_EQ(got, total);
     EXPECT_EQ(memcmp(all.data(), model.data(), total), 0);
+
+    // Jumps: inside the cache, just behind it, and far from it, which bypasses the cache.
+    for (int step = 0; step < 300; ++step) {
+        INT_U32 at = static_cast<INT_U32>(random() % (total - 600));
+        INT_S32 length = 1 + static_cast<INT_S32>(random() % 600);
+        std::vector<INT_U8> piece(static_cast<size_t>(length));
+        ASSERT_TRUE(file->read_at(at, piece.data(), length)) << "step " << step;
+        ASSERT_EQ(memcmp(piece.data(), model.data() + at, piece.size()), 0) << "step " << step;
+    }
+    INT_U8 beyond[8];
+    EXPECT_FALSE(file->read_at(static_cast<INT_U32>(total) - 4, beyond, 8));
     FOLDER::close_data_file(&file);
 }
 
