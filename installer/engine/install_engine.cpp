@@ -43,11 +43,13 @@ const char* reason_of(int error)
 INSTALL_ENGINE::~INSTALL_ENGINE()
 {
     release_globals();
+    close_log();
 }
 
 void INSTALL_ENGINE::reset()
 {
     release_globals();
+    close_log();
     m_log_folder.close();
     forget_file_folder();
     m_counter = 0;
@@ -123,11 +125,11 @@ void install_status_text(const char* destination, const char* name, char* out, s
 // [SECTION] The log
 // ---------------------------------------------------------------------------------------------
 
-// Every line opens and closes the log, so that a crash leaves all that was written so far.
-// Paths are written as their bytes stand.
-// Every line opens and closes the log, so that a crash leaves all that was written so far.
-// Paths are written as their bytes stand. A log that is gone or was replaced by a link takes no
-// more lines.
+// Every line goes to the log at once, with no buffer of ours, so that a crash leaves all that
+// was written so far. The log the run made is held open from its header on: the lines go into
+// that file whatever is put at its name meanwhile, and a link put there is never followed. Without
+// that descriptor (the log could not be made) each line opens the log by its name and gives up
+// when it is gone or a link. Paths are written as their bytes stand.
 void INSTALL_ENGINE::append_to_log(const char* format, ...) const
 {
     if (!m_log_folder.is_open())
@@ -140,7 +142,17 @@ void INSTALL_ENGINE::append_to_log(const char* format, ...) const
     if (length < 0)
         return;
     size_t size = static_cast<size_t>(length) < sizeof line ? static_cast<size_t>(length) : sizeof line - 1;
-    (void)m_log_folder.append(LOG_NAME, line, size);
+    if (m_log_descriptor >= 0)
+        (void)host_write_descriptor(m_log_descriptor, line, size);
+    else
+        (void)m_log_folder.append(LOG_NAME, line, size);
+}
+
+void INSTALL_ENGINE::close_log()
+{
+    if (m_log_descriptor >= 0)
+        host_close_descriptor(m_log_descriptor);
+    m_log_descriptor = -1;
 }
 
 // The header is written as a new file and renamed over the old log, so a link planted under the
@@ -179,7 +191,7 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
         fail_data(reporter, text);
         return;
     }
-    m_total = static_cast<INT_S16>(installation.file_count + 1);
+    m_total = installation.file_count + 1;
 
     if (!database->members()) {
         PACKAGE* package = new (std::nothrow) PACKAGE(database->data_folder, "installer.pkg", false, 0, false, true);
@@ -232,12 +244,15 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
         return;
     }
     m_swept.sweep(m_log_folder);
+    close_log();
     if (!write_log_header(*database)) {
         char path[ORLU_MAX_PATH * 2];
         m_log_folder.path_of(LOG_NAME, path, sizeof path);
         reporter->log_error(path);
         return;
     }
+    // The log just made stays open for the run's lines.
+    m_log_descriptor = host_open_append_at(m_log_folder.descriptor(), LOG_NAME);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -430,6 +445,7 @@ void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
         append_to_log("Installation completed with %d errors.\n", m_error_count);
     else
         append_to_log("Installation completed without any errors.\n");
+    close_log();
     m_log_folder.close();
     forget_file_folder();
     set_idle_wait(50);

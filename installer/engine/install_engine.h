@@ -81,8 +81,8 @@ public:
     virtual void finished(INT_S32 error_count) = 0;
 };
 
-// The most files one install type may have: the counter (INT_S16) goes to file_count + 3.
-constexpr INT_S16 INSTALL_ENGINE_MAX_FILES = 32764;
+// The most files one install type may have: every file a data set can name (its counts are 16-bit).
+constexpr INT_S32 INSTALL_ENGINE_MAX_FILES = 0x7FFF;
 
 class INSTALL_ENGINE {
 public:
@@ -104,9 +104,9 @@ public:
     void interrupt(const char* reason);
 
     // Where the run stands: 0 at rest, 1 to total() + 1 while working, above that when done.
-    [[nodiscard]] INT_S16 counter() const { return m_counter; }
+    [[nodiscard]] INT_S32 counter() const { return m_counter; }
     // The install type's file_count plus 1, from the opening step on.
-    [[nodiscard]] INT_S16 total() const { return m_total; }
+    [[nodiscard]] INT_S32 total() const { return m_total; }
     // Files and shortcuts that failed so far in this run; it stays at 255 rather than wrap.
     [[nodiscard]] INT_U8 error_count() const { return m_error_count; }
     [[nodiscard]] bool at_rest() const { return m_counter == 0; }
@@ -132,10 +132,12 @@ private:
     void shortcut_failed(INSTALL_REPORTER* reporter, const char* name);
     void fail_data(INSTALL_REPORTER* reporter, const char* text);
     bool open_file_folder(const char* destination);
+    void close_log();
     void forget_file_folder();
 
-    INT_S16 m_counter { 0 };
-    INT_S16 m_total { 0 };
+    // 32 bits: an install type of 32767 files (the most a data set holds) has a total of 32768.
+    INT_S32 m_counter { 0 };
+    INT_S32 m_total { 0 };
     INT_U8 m_error_count { 0 };
     bool m_stopped { false };
     bool m_data_failed { false };
@@ -146,6 +148,7 @@ private:
     FOLDER m_install_root;
     // Open for the run, so that every line goes into the folder the header went into.
     DESTINATION_FOLDER m_log_folder;
+    int m_log_descriptor { -1 }; // the log made by this run, open for appending
     // The folder of the last file and the destination text it was opened for (a text of the
     // database's records, which outlive the run).
     DESTINATION_FOLDER m_file_folder;

@@ -373,16 +373,16 @@ TEST(PACKER_BUILD, command_line_errors)
     EXPECT_NE(twice.errors.find("is a finished installer already"), std::string::npos) << twice.errors;
 }
 
-TEST(PACKER_BUILD, an_install_type_with_more_files_than_a_run_can_count_is_refused)
+TEST(PACKER_BUILD, more_files_than_a_data_set_can_count_are_refused)
 {
-    // The run counts to the file count plus three in 16 bits: 32764 files is the most.
+    // A data set counts its files in 16 bits: 32767 is the most.
     std::string files;
-    for (int i = 0; i < 32765; ++i)
+    for (int i = 0; i < 32768; ++i)
         files += "<FILE src_name=\"a.txt\"/>\n";
     TEMP_FOLDER temp;
     RUN_RESULT run = pack_config(temp, "<INSTALLER>\n<INSTALLATION name=\"big\">\n" + files + "</INSTALLATION>\n</INSTALLER>\n");
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.errors.find("packer: installer.xml:2: 32765 files in the installation \"big\"; an install type may have at most 32764\n"),
+    EXPECT_NE(run.errors.find("packer: installer.xml:2: 32768 files in all; at most 32767 are allowed\n"),
         std::string::npos)
         << run.errors.substr(0, 400);
 }

@@ -868,14 +868,9 @@ void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD*
         files += m_nodes[child].tag == "FILE";
         shortcuts += m_nodes[child].tag == "SHORTCUT";
     }
-    // The run counts its steps in 16 bits, up to the file count plus three.
-    if (files > INSTALL_ENGINE_MAX_FILES) {
-        error(node, "%d files in the installation \"%s\"; an install type may have at most %d", files,
-            installation->name, INSTALL_ENGINE_MAX_FILES);
-        return;
-    }
-    if (before + files > 0x7FFF) {
-        error(node, "%d files in all; at most 32767 are allowed", before + files);
+    // A data set counts its files in 16 bits, all install types together.
+    if (before + files > INSTALL_ENGINE_MAX_FILES) {
+        error(node, "%d files in all; at most %d are allowed", before + files, INSTALL_ENGINE_MAX_FILES);
         return;
     }
     if (shortcuts > DATABASE_MAX_SHORTCUTS) {

@@ -515,3 +515,26 @@ TEST_F(INSTALL_ENGINE_RUN, a_stop_leaves_the_file_in_hand_as_it_was_and_the_log_
     EXPECT_EQ(log(), header() + "Installed \"" + target + "/bin/tool\"\n"
         "Installation interrupted by SIGTERM after 1 of 3 files, with 0 errors.\n");
 }
+
+TEST_F(INSTALL_ENGINE_RUN, an_install_type_of_the_most_files_a_data_set_holds_walks_every_one)
+{
+    // 32767 files: the total of steps is 32768, past a 16-bit count. Files of another platform
+    // cost a step each and nothing else; the last one is installed.
+    INSTALLATION_RECORD& main = database.installations[0];
+    ASSERT_TRUE(main.allocate_files(0x7FFF));
+    for (INT_S16 f = 0; f < 0x7FFF - 1; ++f) {
+        add_file(f, "never.txt", "$HERE", "main0002", OVERWRITE_ALWAYS);
+        main.files[f].platform.assign("windows");
+    }
+    add_file(0x7FFF - 1, "notes.txt", "$HERE/docs", "main0003", OVERWRITE_ALWAYS);
+    INT_S32 steps = 0;
+    while (!engine.done() && steps < 40000) {
+        engine.step(&database, &reporter);
+        ++steps;
+    }
+    EXPECT_EQ(engine.total(), 0x8000);
+    EXPECT_EQ(steps, 0x7FFF + 3); // opening, the files, the shortcuts, the closing
+    EXPECT_EQ(read_file(target + "/docs/notes.txt"), "notes\n");
+    EXPECT_NE(log().find("Installed \"" + target + "/docs/notes.txt\"\n"), std::string::npos);
+    EXPECT_EQ(engine.error_count(), 0);
+}

@@ -167,15 +167,15 @@ TEST_F(INSTALL_ENGINE_FAILURES, a_package_that_does_not_open_is_told_once_and_th
     EXPECT_EQ(read_file(target + "/bin/tool"), "#!/bin/sh\n");
 }
 
-TEST_F(INSTALL_ENGINE_FAILURES, an_install_type_with_more_files_than_a_run_counts_is_refused)
+TEST_F(INSTALL_ENGINE_FAILURES, an_install_type_with_a_negative_file_count_is_refused)
 {
-    // Before, 32767 files made the total -32768 and the run never ended. The array holds one
-    // record; the engine must refuse before it looks at any.
+    // A damaged record must not make a negative total that the run never reaches. The array
+    // holds one record; the engine must refuse before it looks at any.
     INSTALLATION_RECORD& main = database.installations[0];
-    main.file_count = 32767;
+    main.file_count = -3;
     EXPECT_EQ(run_to_end(10), -1);
     main.file_count = 1;
-    EXPECT_EQ(reporter.events, EVENTS({ "data_error the install type has 32767 files; a run can count at most 32764" }));
+    EXPECT_EQ(reporter.events, EVENTS({ "data_error the install type has -3 files; a run can count at most 32767" }));
     EXPECT_TRUE(engine.data_failed());
 }
 
