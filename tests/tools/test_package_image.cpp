@@ -69,7 +69,7 @@ TEST(PACKAGE_IMAGE, gives_the_bytes_that_add_file_writes)
     ASSERT_GT(built.size(), 80000u);
 
     PACKAGE_IMAGE image;
-    ASSERT_TRUE(image.lay_out(sources.members, 1024));
+    ASSERT_TRUE(image.lay_out(std::vector<IMAGE_MEMBER>(sources.members), 1024));
     ASSERT_EQ(image.size(), built.size() - 1); // the package's byte-order byte is not part of it
     // Pieces of uneven lengths, each asked for twice (the writer goes back after a wrong
     // guess), with everything before them released.
@@ -85,6 +85,9 @@ TEST(PACKAGE_IMAGE, gives_the_bytes_that_add_file_writes)
         made += piece;
         offset += length;
         image.release_before(offset);
+        // What was released is given back: the window holds the page being filled and at
+        // most one more, whatever was made before.
+        EXPECT_LE(image.held_bytes(), 2 * PACKAGE_IMAGE::WINDOW_PAGE) << offset;
         step = step * 3 % 4099 + 1;
     }
     EXPECT_TRUE(made == built.substr(1));
@@ -119,7 +122,7 @@ TEST(PACKAGE_IMAGE, a_member_that_changed_length_fails_the_read_and_is_named)
     SOURCE_FILES sources = make_sources(temp);
     for (size_t changed : { size_t(5), size_t(6) }) {
         PACKAGE_IMAGE image;
-        ASSERT_TRUE(image.lay_out(sources.members, 1024));
+        ASSERT_TRUE(image.lay_out(std::vector<IMAGE_MEMBER>(sources.members), 1024));
         // One member grows by a byte, the other is cut short, after the layout was made.
         std::string bytes = read_file(sources.members[changed].path);
         ASSERT_TRUE(write_file(sources.members[changed].path, changed == 5 ? bytes + "x" : bytes.substr(10)));
@@ -131,7 +134,7 @@ TEST(PACKAGE_IMAGE, a_member_that_changed_length_fails_the_read_and_is_named)
     // A member that is gone.
     PACKAGE_IMAGE image;
     std::vector<IMAGE_MEMBER> members = { IMAGE_MEMBER { "gone", temp.file("not-there"), 10 } };
-    ASSERT_TRUE(image.lay_out(members, 1024));
+    ASSERT_TRUE(image.lay_out(std::move(members), 1024));
     INT_U8 byte = 0;
     EXPECT_TRUE(image.read_at(0, &byte, 1));
     std::string all(image.size(), '\0');

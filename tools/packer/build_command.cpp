@@ -356,7 +356,7 @@ public:
 
         for (VOLUME& volume : m_volumes) {
             volume.image = new (std::nothrow) PACKAGE_IMAGE;
-            if (!volume.image || !volume.image->lay_out(volume.members, 1024)) {
+            if (!volume.image || !volume.image->lay_out(std::move(volume.members), 1024)) {
                 packer_error("a package would be larger than 4 GiB, which its offsets cannot reach");
                 return false;
             }
@@ -389,7 +389,7 @@ public:
         } else {
             crc = m_volumes[volume - 1].image->crc();
         }
-        size_t counted = m_volumes[volume].members.size() - (volume + 1 == m_volumes.size() ? 1 : 0);
+        size_t counted = image->member_count() - (volume + 1 == m_volumes.size() ? 1 : 0);
         image->set_crc_members(counted, crc);
         return true;
     }
@@ -413,7 +413,7 @@ public:
 
 private:
     struct VOLUME {
-        std::vector<IMAGE_MEMBER> members;
+        std::vector<IMAGE_MEMBER> members; // until the image is laid out, which keeps them
         std::vector<INT_S64> sources; // the plan's index of each member; -1 for database.bin
         PACKAGE_IMAGE* image { nullptr };
     };

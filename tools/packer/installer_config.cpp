@@ -174,7 +174,7 @@ public:
             node.lengths.push_back(static_cast<size_t>(value.length()));
         }
         size_t index = nodes.size();
-        nodes.push_back(node);
+        nodes.push_back(std::move(node));
         if (!m_open.empty())
             nodes[m_open.back()].children.push_back(index);
         else if (index != 0)

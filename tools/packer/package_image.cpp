@@ -4,7 +4,10 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
+#include <new>
+#include <string_view>
 #include <set>
 
 namespace {
@@ -21,12 +24,13 @@ PACKAGE_IMAGE::~PACKAGE_IMAGE()
         fclose(m_file);
 }
 
-bool PACKAGE_IMAGE::lay_out(const std::vector<IMAGE_MEMBER>& members, INT_U32 block_size)
+bool PACKAGE_IMAGE::lay_out(std::vector<IMAGE_MEMBER>&& laid_members, INT_U32 block_size)
 {
     if (block_size == 0)
         return false;
-    std::set<std::string> names;
-    m_members = members;
+    std::set<std::string_view> names;
+    m_members = std::move(laid_members);
+    const std::vector<IMAGE_MEMBER>& members = m_members;
     m_layout.assign(members.size(), LAID_MEMBER());
     m_block_size = block_size;
     INT_U64 position = HEAD_SIZE;
@@ -62,7 +66,22 @@ void PACKAGE_IMAGE::set_crc_members(size_t count, INT_U32 start_crc)
 void PACKAGE_IMAGE::put(const void* bytes, size_t length)
 {
     const INT_U8* from = static_cast<const INT_U8*>(bytes);
-    m_window.insert(m_window.end(), from, from + length);
+    while (length > 0 && !m_out_of_memory) {
+        size_t used = static_cast<size_t>(m_held % WINDOW_PAGE);
+        if (m_held == m_window.size() * WINDOW_PAGE) {
+            INT_U8* page = new (std::nothrow) INT_U8[WINDOW_PAGE];
+            if (!page) {
+                m_out_of_memory = true;
+                return;
+            }
+            m_window.emplace_back(page);
+        }
+        size_t take = std::min(length, WINDOW_PAGE - used);
+        memcpy(m_window.back().get() + used, from, take);
+        from += take;
+        length -= take;
+        m_held += take;
+    }
 }
 
 // Numbers go out in this machine's order, which the package's byte-order byte 0 stands for.
@@ -130,7 +149,7 @@ bool PACKAGE_IMAGE::produce(INT_U64 until)
 {
     if (until > m_size)
         return false;
-    while (m_base + m_window.size() < until) {
+    while (m_base + m_held < until) {
         if (!m_head_done) {
             INT_U32 first = m_members.empty() ? 0 : m_layout.front().entry;
             INT_U32 last = m_members.empty() ? 0 : m_layout.back().entry;
@@ -154,6 +173,8 @@ bool PACKAGE_IMAGE::produce(INT_U64 until)
         if (m_member >= m_members.size())
             return false;
         bool ok = m_entry_done ? produce_block() : produce_member_head();
+        if (m_out_of_memory)
+            return false;
         if (!ok) {
             m_failed_member = static_cast<INT_S64>(m_member);
             return false;
@@ -166,21 +187,29 @@ bool PACKAGE_IMAGE::read_at(INT_U64 offset, INT_U8* buffer, INT_U32 length)
 {
     if (offset < m_base || !produce(offset + length))
         return false;
-    memcpy(buffer, m_window.data() + (offset - m_base), length);
+    // m_base sits on a page boundary.
+    INT_U64 inside = offset - m_base;
+    while (length > 0) {
+        size_t page = static_cast<size_t>(inside / WINDOW_PAGE);
+        size_t at = static_cast<size_t>(inside % WINDOW_PAGE);
+        INT_U32 take = static_cast<INT_U32>(std::min<size_t>(length, WINDOW_PAGE - at));
+        memcpy(buffer, m_window[page].get() + at, take);
+        buffer += take;
+        inside += take;
+        length -= take;
+    }
     return true;
 }
 
-// The window keeps what may still be asked for; it is cut at the front once the released part
-// is large enough for the move to be worth it.
+// The window keeps what may still be asked for: every whole page before the released offset
+// goes. The page that is being filled stays even when all of it was released.
 void PACKAGE_IMAGE::release_before(INT_U64 offset)
 {
     if (offset > m_released)
         m_released = offset;
-    INT_U64 drop = m_released - m_base;
-    if (drop > m_window.size())
-        drop = m_window.size();
-    if (drop < (1u << 20) || drop * 2 < m_window.size())
-        return;
-    m_window.erase(m_window.begin(), m_window.begin() + static_cast<std::ptrdiff_t>(drop));
-    m_base += drop;
+    while (m_window.size() > 1 && m_released - m_base >= WINDOW_PAGE) {
+        m_window.pop_front();
+        m_base += WINDOW_PAGE;
+        m_held -= WINDOW_PAGE;
+    }
 }

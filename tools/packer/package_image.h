@@ -14,6 +14,8 @@
 #pragma once
 
 #include <cstdio>
+#include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,7 +42,9 @@ public:
     // Lays the members out in a package of `block_size`. False when two members share a name (a
     // second add would replace the first and reuse its blocks) or the package would not fit its
     // 32-bit positions.
-    [[nodiscard]] bool lay_out(const std::vector<IMAGE_MEMBER>& members, INT_U32 block_size);
+    // The image keeps the members.
+    [[nodiscard]] bool lay_out(std::vector<IMAGE_MEMBER>&& members, INT_U32 block_size);
+    [[nodiscard]] size_t member_count() const { return m_members.size(); }
     // Length of the package without its byte-order byte.
     [[nodiscard]] INT_U64 size() const { return m_size; }
 
@@ -60,6 +64,10 @@ public:
     // After a failed read_at: the member that could not be read whole (its file changed, was
     // cut or could not be opened), or -1 when it was something else.
     [[nodiscard]] INT_S64 failed_member() const { return m_failed_member; }
+    // Bytes of memory the window of made bytes holds.
+    [[nodiscard]] size_t held_bytes() const { return m_window.size() * WINDOW_PAGE; }
+    static constexpr size_t WINDOW_PAGE = 64 * 1024;
+
     // Members whose bytes were made so far.
     [[nodiscard]] size_t members_done() const { return m_member; }
 
@@ -87,9 +95,13 @@ private:
     size_t m_crc_count { 0 };
     INT_U32 m_crc { 0 };
 
-    // Made so far: bytes [m_base, m_base + m_window.size()) are held.
-    std::vector<INT_U8> m_window;
+    // Made so far: bytes [m_base, m_base + m_held) are held, in pages of WINDOW_PAGE bytes
+    // (the last one filled to m_held's remainder; m_base is a multiple of WINDOW_PAGE). Pages come and go whole, so the window never
+    // moves its bytes and never holds more than what is in flight plus one page.
+    std::deque<std::unique_ptr<INT_U8[]>> m_window;
     INT_U64 m_base { 0 };
+    INT_U64 m_held { 0 };
+    bool m_out_of_memory { false };
     INT_U64 m_released { 0 };
     bool m_head_done { false };
     size_t m_member { 0 };      // the member being made
