@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/host.h"
+#include "base/report_output.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Registry
@@ -145,17 +145,17 @@ void DEBUG_STREAM::write(const char* source_file, int line, const char* text, bo
         add("<%s>: ", m_name);
     size_t popup_start = used; // the box is titled with the name, so its text skips it
     if (m_flags & DEBUG_WRITE_TIME_STAMP)
-        add("%s ", time_stamp_now());
+        add("%s ", report_time_stamp());
     if ((m_flags & DEBUG_WRITE_CODE_LOCATION) && source_file)
         add("(%s,%d) ", source_file, line);
 
     if (m_flags & DEBUG_TO_CONSOLE)
-        host_printf("%s%s%s", prefix, text, add_newline ? "\n" : "");
+        report_printf("%s%s%s", prefix, text, add_newline ? "\n" : "");
     if ((m_flags & DEBUG_TO_FILE) && stream_files)
         stream_files->write_to_file(this, prefix, text, add_newline);
     if (m_flags & DEBUG_TO_POPUP) {
         add("%s", text);
-        message_box(m_name, prefix + popup_start);
+        report_message_box(m_name, prefix + popup_start);
     }
 }
 

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <new>
 
-#include "host/host.h"
+#include "base/report_output.h"
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Error and warning tables
@@ -228,37 +228,37 @@ const char* warning_text(INT_U32 code, const char* extra)
 
 void fatal_error(INT_U32 code, const char* extra)
 {
-    message_box("Error", fatal_error_text(code, extra));
-    host_shutdown("Application was unable to continue");
+    report_message_box("Error", fatal_error_text(code, extra));
+    report_shutdown("Application was unable to continue");
 }
 
 void warning(INT_U32 code, const char* extra)
 {
-    message_box("Warning", warning_text(code, extra));
+    report_message_box("Warning", warning_text(code, extra));
 }
 
 void report_message(const char* title, const char* text, bool ask_more)
 {
     if (!ask_more) {
-        message_box(title, text);
+        report_message_box(title, text);
         return;
     }
     size_t size = strlen(text ? text : "") + strlen(MORE_INFO_QUESTION) + 1;
     char* joined = new (std::nothrow) char[size];
     if (!joined) {
-        message_box(title, text);
+        report_message_box(title, text);
         return;
     }
     snprintf(joined, size, "%s%s", text ? text : "", MORE_INFO_QUESTION);
-    message_box(title, joined);
+    report_message_box(title, joined);
     delete[] joined;
 }
 
 void debug_message(const char* source_file, int line, const char* text)
 {
     if (source_file)
-        host_printf("Debug - File: %s Line %d: = ", source_file, line);
-    host_printf("%s\n", text ? text : "");
+        report_printf("Debug - File: %s Line %d: = ", source_file, line);
+    report_printf("%s\n", text ? text : "");
 }
 
 void debug_to_file(const char* source_file, int line, const char* text, const char* path)

@@ -1,6 +1,6 @@
 // Names of operating systems, their versions, processors and byte orders, as reports print them.
 
-#include "host/system_info.h"
+#include "base/system_ids.h"
 
 const char* os_name(INT_U32 id)
 {

@@ -12,6 +12,7 @@
 
 #include "bench_common.h"
 
+#include "host/host.h"
 #include "installer/engine/data_set.h"
 #include "io/folder.h"
 
@@ -83,6 +84,7 @@ bool pack(const std::string& work, const std::string& side, const std::string& n
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     int files = argc > 1 ? atoi(argv[1]) : 10000;
     if (files < 100 || files > 32000) {
         fprintf(stderr, "usage: bench_differ [files, 100 to 32000]\n");

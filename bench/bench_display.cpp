@@ -452,6 +452,7 @@ void start_up(size_t megabytes)
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     size_t megabytes = argc > 1 ? static_cast<size_t>(atol(argv[1])) : 512;
     if (megabytes < 1)
         megabytes = 512;

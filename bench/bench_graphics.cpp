@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "graphics/image.h"
+#include "host/host.h"
 
 namespace {
 
@@ -60,6 +61,7 @@ void report(const char* name, double seconds, double baseline, double goal)
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     int repetitions = argc > 1 ? atoi(argv[1]) : 41;
     if (repetitions < 1)
         repetitions = 1;

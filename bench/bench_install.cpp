@@ -19,6 +19,7 @@
 //   bench_install [megabytes]      (the generated payload's size; default 512)
 
 #include "bench_common.h"
+#include "host/host.h"
 
 namespace {
 
@@ -162,6 +163,7 @@ bool measure(const std::string& work, const std::vector<std::string>& roots, con
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     size_t total = (argc > 1 ? static_cast<size_t>(atol(argv[1])) : 512) * 1024 * 1024;
     const char* base = getenv("TMPDIR");
     std::string root = std::string(base && base[0] ? base : "/tmp") + "/bench-install-XXXXXX";

@@ -7,6 +7,7 @@
 //   bench_large [GiB]      (the payload's size; default 6)
 
 #include "bench_common.h"
+#include "host/host.h"
 
 #include <cinttypes>
 
@@ -43,6 +44,7 @@ bool same_file(const std::string& a, const std::string& b) { return bench::same_
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     long gib = argc > 1 ? atol(argv[1]) : 6;
     if (gib < 5 || gib > 64) {
         fprintf(stderr, "usage: bench_large [GiB, 5 to 64]\n");

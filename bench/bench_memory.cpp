@@ -10,6 +10,7 @@
 
 #include "bench_common.h"
 
+#include "host/host.h"
 #include "installer/engine/data_set.h"
 #include "io/folder.h"
 
@@ -72,6 +73,7 @@ double mib(long kib) { return kib / 1024.0; }
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     std::vector<int> counts;
     for (int i = 1; i < argc; ++i)
         counts.push_back(atoi(argv[i]));

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "host/host.h"
 #include "io/folder.h"
 #include "io/package.h"
 
@@ -75,6 +76,7 @@ struct MEMBER {
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     size_t total_mb = argc > 1 ? static_cast<size_t>(atol(argv[1])) : 256;
     const size_t total = total_mb * 1024 * 1024;
     const char* base = getenv("TMPDIR");

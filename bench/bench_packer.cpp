@@ -10,6 +10,7 @@
 // the median of three rounds. Goal: the packer at most 0.6 of tar czf on a two-core machine.
 
 #include "bench_common.h"
+#include "host/host.h"
 
 #include <thread>
 
@@ -134,6 +135,7 @@ void report(const RESULT& result)
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     long mib = argc > 1 ? atol(argv[1]) : 512;
     if (mib < FILE_COUNT) {
         fprintf(stderr, "usage: bench_packer [MiB, at least %d]\n", FILE_COUNT);

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "graphics/colour.h"
+#include "host/host.h"
 #include "io/folder.h"
 #include "graphics/font.h"
 #include "graphics/image.h"
@@ -55,6 +56,7 @@ INT_S32 fill_line(char* line, INT_S32 offset, INT_S16 size)
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     int frames = argc > 1 ? atoi(argv[1]) : 30;
     INT_S16 size = static_cast<INT_S16>(argc > 2 ? atoi(argv[2]) : 16);
     const char* folder = argc > 3 ? argv[3] : ORLU_SOURCE_DIR "/samples/fonts";

@@ -17,6 +17,7 @@
 #include "frame/screen.h"
 #include "graphics/image.h"
 #include "host/headless/headless_display.h"
+#include "host/host.h"
 #include "host/input.h"
 #include "wm/core/wm_action.h"
 #include "wm/core/wm_page_manager.h"
@@ -87,6 +88,7 @@ void report(const char* name, double seconds, double reference, const char* agai
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     int repetitions = argc > 1 ? atoi(argv[1]) : 31;
     if (repetitions < 1)
         repetitions = 1;

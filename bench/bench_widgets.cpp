@@ -20,6 +20,7 @@
 #include "frame/screen.h"
 #include "graphics/font.h"
 #include "host/headless/headless_display.h"
+#include "host/host.h"
 #include "host/input.h"
 #include "io/config_file.h"
 #include "io/folder.h"
@@ -75,6 +76,7 @@ INT_S32 sample_open_delay()
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     int repetitions = argc > 1 ? atoi(argv[1]) : 41;
     if (repetitions < 3)
         repetitions = 3;

@@ -74,6 +74,9 @@ void set_application(const APPLICATION* application)
 
 int run_application_frame(int argc, char** argv, char** envp, const APPLICATION& application)
 {
+    // Before anything can report, so that warnings and debug lines reach this host's console
+    // and boxes.
+    host_attach_reports();
     running_application = &application;
     host_note_program_argument(argc > 0 ? argv[0] : nullptr);
     find_own_location();

@@ -4,6 +4,12 @@
 
 #include "base/orlu_types.h"
 
+// Sends the reports of base (debug streams, warnings, fatal errors: base/report_output.h) to this
+// host: console text on standard output, message boxes through message_box, the fatal end
+// through host_shutdown, time stamps from time_stamp_now. The frame calls it first thing; a
+// program without the frame calls it at the top of its main. Calling it again does no harm.
+void host_attach_reports();
+
 // Prints on standard output and flushes.
 void host_print(const char* text);
 void host_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -38,8 +44,8 @@ void host_pump_events();
 // host's devices.
 void host_end_of_run();
 
-// Lines for the platform's debug stream ("ORLU Platform"). The host cannot see the streams, so the
-// frame hands it a sink; without one the lines are dropped.
+// Lines for the platform's debug stream ("ORLU Platform"). The frame hands the host a sink that
+// writes to that stream when it opens its window; until then the lines are dropped.
 typedef void (*HOST_TRACE_SINK)(const char* text);
 void set_host_trace_sink(HOST_TRACE_SINK sink);
 void host_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));

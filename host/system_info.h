@@ -3,13 +3,10 @@
 #pragma once
 
 #include "base/orlu_types.h"
+#include "base/system_ids.h"
 
 constexpr int SYSTEM_INFO_MAX_CPUS = 256;
 constexpr int SYSTEM_INFO_MAX_ROOTS = 64;
-
-enum OS_ID : INT_U32 { OS_LINUX = 1 };
-enum OS_VERSION_ID : INT_U32 { OS_VERSION_LINUX_32 = 256, OS_VERSION_LINUX_64 = 257 };
-enum CPU_ID : INT_U8 { CPU_UNKNOWN = 0, CPU_AMD = 1, CPU_INTEL = 2 };
 
 // Drive kinds, by which the file selector chooses icons.
 enum DRIVE_KIND : INT_U8 {
@@ -81,9 +78,3 @@ const char* home_directory();
 // Replaces the home directory for the rest of the run (tests point it at a temporary folder);
 // null goes back to the password database.
 void set_home_directory(const char* path);
-
-// Name tables of the reports.
-const char* os_name(INT_U32 id);
-const char* os_version_name(INT_U32 id);
-const char* cpu_name(INT_U32 id);
-const char* byte_order_name(INT_U32 id);

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <new>
 
+#include "base/report_output.h"
 #include "host/display.h"
 #include "host/host.h"
 #include "host/linux/host_internal.h"
@@ -149,6 +150,28 @@ const char* time_stamp_now()
     snprintf(buffer, sizeof buffer, "%s, %02d %s %04d %02d:%02d:%02d GMT", days[utc.tm_wday],
         utc.tm_mday, months[utc.tm_mon], utc.tm_year + 1900, utc.tm_hour, utc.tm_min, utc.tm_sec);
     return buffer;
+}
+
+namespace {
+
+void report_print(const char* format, va_list args)
+{
+    vfprintf(stdout, format, args);
+    fflush(stdout);
+}
+
+const REPORT_OUTPUT host_report_output = {
+    report_print,
+    message_box,
+    host_shutdown,
+    time_stamp_now,
+};
+
+} // namespace
+
+void host_attach_reports()
+{
+    set_report_output(&host_report_output);
 }
 
 bool host_is_terminal(INT_S32 stream)

@@ -42,6 +42,7 @@ int run_command(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    host_attach_reports();
     if (argc < 2 || strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
         print_help();
         return argc < 2 ? PACKER_USAGE : PACKER_OK;

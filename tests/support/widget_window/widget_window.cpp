@@ -38,6 +38,7 @@ INT_S32 answer_yes(WM_SCREEN_OBJECT* object, PTR_INT_CAST, PTR_INT_CAST)
 
 int main()
 {
+    host_attach_reports();
     use_display_back_end(x11_display_back_end());
     WINDOW_REQUEST request;
     request.title = "Widget Window";
