@@ -193,11 +193,15 @@ bool build_time(const PACK_PLAN& plan, INT_S32* time)
         return true;
     }
     INT_U32 newest = 0;
-    for (const std::string& input : plan.inputs) {
+    auto note = [&newest](const std::string& path) {
         HOST_FILE_INFO info;
-        if (host_file_info(input.c_str(), &info) && info.modified > newest)
+        if (host_file_info(path.c_str(), &info) && info.modified > newest)
             newest = info.modified;
-    }
+    };
+    for (const std::string& input : plan.inputs)
+        note(input);
+    for (const PACK_MEMBER& member : plan.members)
+        note(member.path);
     *time = static_cast<INT_S32>(newest > 0x7FFFFFFF ? 0x7FFFFFFF : newest);
     return true;
 }
@@ -336,6 +340,7 @@ public:
                 records.push_back(&m_database->installations[i].files[f]);
         }
         m_volumes.resize(first_of.size() + 1);
+        m_volumes.back().members.reserve(m_plan.members.size() - (first_of.empty() ? 0 : main_from) + 1);
         for (size_t v = 0; v < first_of.size(); ++v) {
             size_t end = v + 1 < first_of.size() ? first_of[v + 1] : main_from;
             for (size_t i = first_of[v]; i < end; ++i) {

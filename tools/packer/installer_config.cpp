@@ -17,7 +17,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <string>
+#include <string_view>
 #include <strings.h>
 
 #include "base/format.h"
@@ -30,6 +32,7 @@
 #include "host/host_files.h"
 #include "installer/engine/installer_options.h"
 #include "base/orlu_string.h"
+#include "base/text_arena.h"
 #include "io/xml_parser.h"
 
 // ---------------------------------------------------------------------------------------------
@@ -140,12 +143,20 @@ namespace {
 // [SECTION] The XML tree
 // ---------------------------------------------------------------------------------------------
 
+// An attribute of the tree. Names and values live in the tree's text arena, zero-terminated
+// (value.data() may be handed to C functions); a folder path written on thousands of FILE
+// elements is kept once.
+struct XML_ATTRIBUTE {
+    const char* name;
+    std::string_view value; // Latin-1 text
+    size_t written;         // characters of the value as written, before any conversion
+};
+
 struct XML_NODE {
     std::string tag;
-    std::vector<std::pair<std::string, std::string>> attributes; // Latin-1 text
-    std::vector<size_t> lengths; // characters of each value as written, before any conversion
+    std::vector<XML_ATTRIBUTE> attributes;
     INT_S32 line { 0 };
-    std::vector<size_t> children;
+    std::vector<INT_U32> children;
 };
 
 class TREE_READER : public XML_PARSER {
@@ -159,21 +170,34 @@ public:
 
     void start_element(const char* name, const char** attributes) override
     {
+        if (nodes.size() >= 0xFFFFFFFFu) {
+            fail("Too many elements", name);
+            return;
+        }
         XML_NODE node;
         node.tag = name;
         node.line = current_line();
+        INT_S32 count = 0;
+        while (attributes[count])
+            count += 2;
+        node.attributes.reserve(static_cast<size_t>(count / 2));
         for (INT_S32 i = 0; attributes[i]; i += 2) {
             ORLU_STRING value;
-            if (!utf8_to_string(attributes[i + 1], -1, &value)) {
+            ORLU_STRING key;
+            const char* stored_key = nullptr;
+            const char* stored_value = nullptr;
+            if (utf8_to_string(attributes[i + 1], -1, &value) && utf8_to_string(attributes[i], -1, &key)) {
+                stored_key = texts.store(key.c_str());
+                stored_value = texts.store(value.c_str());
+            }
+            if (!stored_key || !stored_value) {
                 fail("Out of memory", name);
                 return;
             }
-            ORLU_STRING key;
-            (void)utf8_to_string(attributes[i], -1, &key);
-            node.attributes.emplace_back(key.c_str(), value.c_str());
-            node.lengths.push_back(static_cast<size_t>(value.length()));
+            node.attributes.push_back(XML_ATTRIBUTE { stored_key, std::string_view(stored_value),
+                static_cast<size_t>(value.length()) });
         }
-        size_t index = nodes.size();
+        INT_U32 index = static_cast<INT_U32>(nodes.size());
         nodes.push_back(std::move(node));
         if (!m_open.empty())
             nodes[m_open.back()].children.push_back(index);
@@ -230,12 +254,14 @@ public:
     // null when every element was closed.
     [[nodiscard]] const XML_NODE* unclosed() const { return m_open.empty() ? nullptr : &nodes[m_open.back()]; }
 
-    std::vector<XML_NODE> nodes;
+    // A deque: the tree of a configuration of tens of thousands of files is never moved whole.
+    std::deque<XML_NODE> nodes;
+    TEXT_ARENA texts;
 
 private:
     std::string m_file;
     CONFIG_ERRORS* m_errors;
-    std::vector<size_t> m_open;
+    std::vector<INT_U32> m_open;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -267,7 +293,7 @@ bool is_install_variable(const std::string& variable)
 
 class CONFIG_READER {
 public:
-    CONFIG_READER(const std::vector<XML_NODE>& nodes, const std::string& file, INT_U8 target, DATABASE* database,
+    CONFIG_READER(const std::deque<XML_NODE>& nodes, const std::string& file, INT_U8 target, DATABASE* database,
         PACK_PLAN* plan, CONFIG_ERRORS* errors)
         : m_nodes(nodes)
         , m_file(file)
@@ -285,22 +311,23 @@ private:
     void check_attributes(const XML_NODE& node, const char* parent)
     {
         const CONFIG_ELEMENT* element = find_config_element(node.tag.c_str(), parent);
-        for (const auto& attribute : node.attributes) {
+        for (const XML_ATTRIBUTE& attribute : node.attributes) {
             bool known = false;
             for (size_t i = 0; element && i < element->attributes.size(); ++i)
-                known = known || attribute.first == element->attributes[i];
+                known = known || strcmp(attribute.name, element->attributes[i]) == 0;
             if (!known)
-                error(node, "unknown attribute '%s' on <%s>", attribute.first.c_str(), node.tag.c_str());
+                error(node, "unknown attribute '%s' on <%s>", attribute.name, node.tag.c_str());
         }
     }
 
-    const std::string* find(const XML_NODE& node, const char* name, size_t* length = nullptr) const
+    // The attribute's value (zero-terminated behind its end), or null when it is not there.
+    const std::string_view* find(const XML_NODE& node, const char* name, size_t* length = nullptr) const
     {
-        for (size_t i = 0; i < node.attributes.size(); ++i) {
-            if (node.attributes[i].first == name) {
+        for (const XML_ATTRIBUTE& attribute : node.attributes) {
+            if (strcmp(attribute.name, name) == 0) {
                 if (length)
-                    *length = node.lengths[i];
-                return &node.attributes[i].second;
+                    *length = attribute.written;
+                return &attribute.value;
             }
         }
         return nullptr;
@@ -318,7 +345,7 @@ private:
     void text(const XML_NODE& node, const char* name, char* field, size_t size)
     {
         size_t written = 0;
-        const std::string* value = find(node, name, &written);
+        const std::string_view* value = find(node, name, &written);
         if (!value)
             return;
         if (value->size() > size - 1 || written > size - 1) {
@@ -326,7 +353,7 @@ private:
                 written > value->size() ? written : value->size(), size - 1);
             return;
         }
-        memcpy(field, value->c_str(), value->size() + 1);
+        memcpy(field, value->data(), value->size() + 1);
     }
 
     // A folder text of the install, set at install time through the path variables: empty, a
@@ -340,18 +367,18 @@ private:
 
     void check_folder_text(const XML_NODE& node, const char* name)
     {
-        const std::string* value = find(node, name);
+        const std::string_view* value = find(node, name);
         if (!value || value->empty() || value->compare(0, 2, "..") == 0)
             return;
         if ((*value)[0] != '$') {
             error(node, "'%s' on <%s> is \"%s\", which does not begin with a path variable; the variables are %s",
-                name, node.tag.c_str(), value->c_str(), PATH_VARIABLES);
+                name, node.tag.c_str(), value->data(), PATH_VARIABLES);
             return;
         }
-        std::string variable = value->substr(0, value->find('/'));
+        std::string variable(value->substr(0, value->find('/')));
         if (!is_install_variable(variable))
             error(node, "'%s' on <%s> is \"%s\": %s is not a path variable; the variables are %s", name,
-                node.tag.c_str(), value->c_str(), variable.c_str(), PATH_VARIABLES);
+                node.tag.c_str(), value->data(), variable.c_str(), PATH_VARIABLES);
     }
 
     // Where a file lands stays below its variable's folder: the run-time refuses a ".." element
@@ -361,26 +388,26 @@ private:
     void check_destination(const XML_NODE& node, const INSTALLATION_RECORD& installation)
     {
         for (const char* name : { "dest_path_from_inst_loc", "system_dest_path_from_inst_loc" }) {
-            const std::string* value = find(node, name);
+            const std::string_view* value = find(node, name);
             if (!value)
                 continue;
             if (has_parent_element(*value))
                 error(node, "'%s' on <%s> is \"%s\": a \"..\" element would lead out of its folder", name,
-                    node.tag.c_str(), value->c_str());
-            std::string variable = value->substr(0, value->find('/'));
+                    node.tag.c_str(), value->data());
+            std::string variable(value->substr(0, value->find('/')));
             if (!installation.allow_system_paths && strcasecmp(variable.c_str(), "$ROOT1") == 0)
                 error(node, "'%s' on <%s> is \"%s\": $ROOT1 (the file system root) needs allow_system_paths=\"yes\" "
-                    "on <INSTALLATION>", name, node.tag.c_str(), value->c_str());
+                    "on <INSTALLATION>", name, node.tag.c_str(), value->data());
         }
-        const std::string* dest_name = find(node, "dest_name");
-        const std::string* src_name = find(node, "src_name");
-        const std::string* name = dest_name && !dest_name->empty() ? dest_name : src_name;
+        const std::string_view* dest_name = find(node, "dest_name");
+        const std::string_view* src_name = find(node, "src_name");
+        const std::string_view* name = dest_name && !dest_name->empty() ? dest_name : src_name;
         if (name && (*name == "." || *name == ".." || name->find('/') != std::string::npos))
             error(node, "'%s' on <%s> is \"%s\": the installed name must be a file name, without \"/\", \".\" or \"..\"",
-                name == dest_name ? "dest_name" : "src_name", node.tag.c_str(), name->c_str());
+                name == dest_name ? "dest_name" : "src_name", node.tag.c_str(), name->data());
     }
 
-    static bool has_parent_element(const std::string& text)
+    static bool has_parent_element(std::string_view text)
     {
         size_t at = 0;
         while (at <= text.size()) {
@@ -411,7 +438,7 @@ private:
 
     void string(const XML_NODE& node, const char* name, ORLU_STRING* field, size_t most)
     {
-        const std::string* value = find(node, name);
+        const std::string_view* value = find(node, name);
         if (!value)
             return;
         if (value->size() > most) {
@@ -419,12 +446,12 @@ private:
                 value->size(), most);
             return;
         }
-        field->assign(value->c_str());
+        field->assign(value->data());
     }
 
     void flag(const XML_NODE& node, const char* name, INT_U8* field)
     {
-        const std::string* value = find(node, name);
+        const std::string_view* value = find(node, name);
         if (!value)
             return;
         if (*value == "yes")
@@ -432,15 +459,15 @@ private:
         else if (*value == "no")
             *field = 0;
         else
-            error(node, "'%s' on <%s> must be \"yes\" or \"no\", not \"%s\"", name, node.tag.c_str(), value->c_str());
+            error(node, "'%s' on <%s> must be \"yes\" or \"no\", not \"%s\"", name, node.tag.c_str(), value->data());
     }
 
     bool integer(const XML_NODE& node, const char* name, long long low, long long high, long long* out)
     {
-        const std::string* value = find(node, name);
+        const std::string_view* value = find(node, name);
         if (!value)
             return false;
-        const char* text = value->c_str();
+        const char* text = value->data();
         char* end = nullptr;
         long long number = strtoll(text, &end, 10);
         bool digits = text[0] && (isdigit(static_cast<unsigned char>(text[0])) || text[0] == '-');
@@ -470,19 +497,19 @@ private:
     // A platform filter: "", a platform name, "lsb", "msb", or "linux:" with a list of word sizes.
     void platform(const XML_NODE& node, const char* name, ORLU_STRING* field)
     {
-        const std::string* value = find(node, name);
+        const std::string_view* value = find(node, name);
         if (!value)
             return;
-        std::string base = value->substr(0, value->find(':'));
+        std::string base(value->substr(0, value->find(':')));
         bool known = base.empty() || platform_code_from_name(base.c_str()) != 0 || base == "lsb" || base == "msb";
         if (!known || (base.empty() && !value->empty())) {
             error(node, "'%s' on <%s>: \"%s\" is not a platform (linux, macosx, windows, gp2x, winmob_arm, psp, nds, "
                         "lsb, msb)",
-                name, node.tag.c_str(), value->c_str());
+                name, node.tag.c_str(), value->data());
             return;
         }
         if (value->find(':') != std::string::npos) {
-            std::string list = value->substr(value->find(':') + 1);
+            std::string list(value->substr(value->find(':') + 1));
             size_t at = 0;
             while (at <= list.size()) {
                 size_t end = list.find(',', at);
@@ -531,8 +558,9 @@ private:
         return normalise_path(joined);
     }
 
-    // Notes a file that the build reads; a missing one joins the list of missing files.
-    void need_file(const XML_NODE& node, const std::string& path)
+    // Notes a file that the build reads; a missing one joins the list of missing files. A payload
+    // file is not added to the inputs: the member list names it already.
+    void need_file(const XML_NODE& node, const std::string& path, bool payload = false)
     {
         HOST_FILE_INFO info;
         if (!host_file_info(path.c_str(), &info) || info.is_folder) {
@@ -541,7 +569,8 @@ private:
             m_errors->missing.push_back(m_file + head + path);
             return;
         }
-        m_plan->inputs.push_back(path);
+        if (!payload)
+            m_plan->inputs.push_back(path);
     }
 
     bool need_folder(const XML_NODE& node, const std::string& path)
@@ -578,7 +607,7 @@ private:
     void read_fonts(const XML_NODE& node);
     void text_member(const XML_NODE& node, const char* pattern, INT_S16 index, const char* path, const char* name);
 
-    const std::vector<XML_NODE>& m_nodes;
+    const std::deque<XML_NODE>& m_nodes;
     std::string m_file;
     INT_U8 m_target;
     DATABASE* m_db;
@@ -771,10 +800,10 @@ void CONFIG_READER::read_client(const XML_NODE& node, CLIENT_RECORD* client)
     // The client's folder is the publisher's and means nothing to the run-time: the record keeps
     // "$APP", so that the data set does not depend on where it was built. A patch configuration
     // written from it names the client's folder "$APP", which the packer reads as its own folder.
-    const std::string* path = find(node, "path");
+    const std::string_view* path = find(node, "path");
     if (m_plan->client_index < 0 && m_db->matches_platform_for(client->platform.c_str(), m_target)) {
         m_plan->client_index = m_client;
-        m_plan->client_path = client_file(path ? *path : "", client->filename.c_str());
+        m_plan->client_path = client_file(path ? std::string(*path) : std::string(), client->filename.c_str());
         m_plan->client_line = node.line;
     }
 }
@@ -801,11 +830,11 @@ void CONFIG_READER::read_splash(const XML_NODE& node)
     if (!required(node, "filename") || !required(node, "bar_style"))
         return;
     splash.present = true;
-    const std::string* path = find(node, "path");
-    splash.image_folder = resolve(path ? *path : "");
+    const std::string_view* path = find(node, "path");
+    splash.image_folder = resolve(path ? std::string(*path) : std::string());
     splash.image_name = *find(node, "filename");
     need_file(node, resolve(splash.image_folder, splash.image_name));
-    const std::string* title = find(node, "title");
+    const std::string_view* title = find(node, "title");
     if (title) {
         if (title->size() > DATABASE_TEXT - 1)
             error(node, "'title' on <SPLASH> is %zu characters long; the field holds at most %d", title->size(),
@@ -816,7 +845,7 @@ void CONFIG_READER::read_splash(const XML_NODE& node)
     s16(node, "bar_y", &splash.bar_y);
     s16(node, "bar_width", &splash.bar_width);
     s16(node, "bar_height", &splash.bar_height);
-    std::string style = resolve(*find(node, "bar_style"));
+    std::string style = resolve(std::string(*find(node, "bar_style")));
     size_t slash = style.rfind('/');
     splash.style_folder = style.substr(0, slash);
     splash.style_name = style.substr(slash + 1);
@@ -830,8 +859,8 @@ void CONFIG_READER::read_fonts(const XML_NODE& node)
     check_attributes(node, "INSTALLER");
     if (!node.children.empty())
         error(node, "<%s> holds no elements", node.tag.c_str());
-    const std::string* path = find(node, "path");
-    std::string folder = resolve(path ? *path : "");
+    const std::string_view* path = find(node, "path");
+    std::string folder = resolve(path ? std::string(*path) : std::string());
     for (INT_S16 number = 0; number < BUILT_IN_FONT_COUNT; ++number) {
         std::string file = folder + "/" + font_file_name(number);
         need_file(node, file);
@@ -873,6 +902,7 @@ void CONFIG_READER::read_installation(const XML_NODE& node, INSTALLATION_RECORD*
         error(node, "%d files in all; at most %d are allowed", before + files, INSTALL_ENGINE_MAX_FILES);
         return;
     }
+    m_plan->members.reserve(m_plan->members.size() + static_cast<size_t>(files));
     if (shortcuts > DATABASE_MAX_SHORTCUTS) {
         error(node, "%d shortcuts; at most %d are allowed", shortcuts, DATABASE_MAX_SHORTCUTS);
         return;
@@ -913,7 +943,7 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
     check_destination(node, *installation);
     flag(node, "stamp", &file->stamp);
     flag(node, "switch_user", &file->switch_user);
-    const std::string* overwrite = find(node, "overwrite");
+    const std::string_view* overwrite = find(node, "overwrite");
     if (overwrite) {
         if (*overwrite == "always")
             file->overwrite = OVERWRITE_ALWAYS;
@@ -923,7 +953,7 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
             file->overwrite = OVERWRITE_WHEN_ABSENT;
         else
             error(node, "'overwrite' on <FILE> must be \"always\", \"older\" or \"absent\", not \"%s\"",
-                overwrite->c_str());
+                overwrite->data());
     }
     char packed_name[DATABASE_TEXT];
     // A cut packed name would be another member's, so it is never cut.
@@ -935,7 +965,7 @@ void CONFIG_READER::read_file(const XML_NODE& node, INSTALLATION_RECORD* install
         error(node, "out of memory");
     }
     std::string source = resolve(file->src_path_from_xml, file->src_name);
-    need_file(node, source);
+    need_file(node, source, true);
     m_plan->members.push_back(PACK_MEMBER { file->packed_name, source, node.line });
 }
 
@@ -948,11 +978,11 @@ void CONFIG_READER::read_shortcut(const XML_NODE& node, SHORTCUT_RECORD* shortcu
         error(node, "<%s> holds no elements", node.tag.c_str());
     if (!required(node, "type") || !required(node, "exec") || !required(node, "name"))
         return;
-    const std::string& type = *find(node, "type");
-    shortcut->type = shortcut_type_of(type.c_str());
+    std::string_view type = *find(node, "type");
+    shortcut->type = shortcut_type_of(type.data());
     if (shortcut->type == SHORTCUT_UNKNOWN)
         error(node, "'type' on <SHORTCUT> must be \"application\", \"weblink\" or \"textfile\", not \"%s\"",
-            type.c_str());
+            type.data());
     text(node, "exec", shortcut->exec, sizeof shortcut->exec);
     text(node, "name", shortcut->name, sizeof shortcut->name);
     text(node, "menu_path", shortcut->menu_path, sizeof shortcut->menu_path);
@@ -1007,7 +1037,7 @@ void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* languag
             check_attributes(element, "LANGUAGE");
             if (!required(element, "name") || !required(element, "string"))
                 continue;
-            const std::string& name = *find(element, "name");
+            std::string_view name = *find(element, "name");
             INT_S16 which = -1;
             for (INT_S16 i = 0; i < m_db->installation_count; ++i) {
                 if (name == m_db->installations[i].name)
@@ -1016,7 +1046,7 @@ void CONFIG_READER::read_language(const XML_NODE& node, LANGUAGE_RECORD* languag
             // A patch configuration written by the installer's differ names its install type
             // "default" whatever it is called, so a name that matches nothing is told, not fatal.
             if (which < 0)
-                note(element, "no installation is called \"%s\"; its translated name is ignored", name.c_str());
+                note(element, "no installation is called \"%s\"; its translated name is ignored", name.data());
             else
                 text(element, "string", language->installation_names[which], DATABASE_TEXT);
         } else if (element.tag == "LICENCE") {

@@ -51,7 +51,8 @@ struct PACK_PLAN {
     INT_S32 client_index { -1 };
     std::string client_path;   // its executable, absolute
     INT_S32 client_line { 0 };
-    // Every file the build reads, for the build time and the derived installation id.
+    // The files the build reads besides the members (the configuration first, the client, the
+    // pictures, the skin), for the build time and the derived installation id.
     std::vector<std::string> inputs;
     // The line of each LANGUAGE element, in the database's order.
     std::vector<INT_S32> language_lines;
