@@ -16,7 +16,6 @@
 #include "base/error_report.h"
 #include "installer/engine/data_set.h"
 #include "installer/engine/database.h"
-#include "installer/engine/unpacked_data_set.h"
 #include "io/data_file.h"
 #include "io/folder.h"
 #include "io/member_store.h"
@@ -340,28 +339,14 @@ TEST_F(UNPACKED_PACKAGES, packages_the_database_does_not_name_are_refused_as_dam
     EXPECT_EQ(left_in_temp(), "");
 }
 
-TEST(UNPACKED_DATA_SET, names_route_by_package_and_bounds_hold)
+TEST(UNPACKED_DATA_SET, only_a_package_number_and_a_slash_make_a_name_another_package_s)
 {
     INT_U32 number = 0;
     const char* member = nullptr;
     EXPECT_TRUE(packed_name_package("installer.pkg.12/main0003", &number, &member));
     EXPECT_EQ(number, 12u);
     EXPECT_STREQ(member, "main0003");
-    EXPECT_TRUE(packed_name_package("installer.pkg.0/x", &number, &member));
-    EXPECT_EQ(number, 0u);
     for (const char* plain : { "main0001", "installer.pkg./x", "installer.pkg.1", "installer.pkg.1x/y", "installer.pkg.1234567/y",
              "Installer.pkg.1/x" })
         EXPECT_FALSE(packed_name_package(plain, &number, &member)) << plain;
-
-    char name[16];
-    EXPECT_TRUE(side_package_name("a.pkg", 3, name, sizeof name));
-    EXPECT_STREQ(name, "a.pkg.3");
-    EXPECT_FALSE(side_package_name("installer.pkg", 32768, name, sizeof name));
-
-    // A count out of range, or no main package, makes a store that is not open.
-    FOLDER folder("$TEMP");
-    EXPECT_FALSE(UNPACKED_DATA_SET(nullptr, folder, "x.pkg", 3).is_open());
-    EXPECT_FALSE(UNPACKED_DATA_SET(nullptr, folder, "x.pkg", 1).is_open());
-    EXPECT_EQ(UNPACKED_DATA_SET(nullptr, folder, "x.pkg", DATA_SET_MOST_PACKAGES + 1).package_count(), 0u);
-    EXPECT_EQ(UNPACKED_DATA_SET(nullptr, folder, "x.pkg", DATA_SET_MOST_PACKAGES).package_count(), DATA_SET_MOST_PACKAGES);
 }
