@@ -16,8 +16,11 @@
 //                    parts the packages of a data set too large for one (data_set_reader.h)
 //
 // The reading side here is strict where the data set is damaged: a chunk longer than the cache
-// size or one that does not inflate ends the unpacking with false.
+// size, one that does not inflate, or packages that are not laid out as the packer lays them end
+// the unpacking with false.
 #pragma once
+
+#include <cstddef>
 
 #include "graphics/image.h"
 #include "base/orlu_string.h"
@@ -70,18 +73,60 @@ typedef void (*DATA_SET_PROGRESS)(INT_S32 chunk, INT_U64 done, INT_U64 total, vo
 // device, whose positions stop at 4 GiB; a data set of several packages goes on behind that.
 void set_data_set_end(const FOLDER& folder, const char* name, DATA_SET_HEADER* header);
 
-// Joins the chunks from header.chunk_start on into `name` in `folder` (a package file with its
-// byte-order byte; of a data set of several packages, the last, main one) and answers the
-// number of chunks in `chunks` when not null. False when the output cannot be written, a chunk
-// is longer than the cache size allows, or a compressed chunk does not inflate whole; the output
-// is then incomplete.
-[[nodiscard]] bool unpack_data_set(DATA_FILE* device, const DATA_SET_HEADER& header, const FOLDER& folder,
-    const char* name, INT_S32* chunks, DATA_SET_PROGRESS progress, void* context);
+// The most packages one data set may hold: its database names at most 32767 files, and every
+// package but the main one holds at least one of them.
+constexpr INT_U32 DATA_SET_MOST_PACKAGES = 32768;
+// The most bytes one package may take: its positions are 32 bits.
+constexpr INT_U64 DATA_SET_MOST_PACKAGE_BYTES = 0xFFFFFFFFull;
+
+// Called by unpack_data_set for each chunk it reads: the package the chunk belongs to, counted
+// in data set order from 1 (the last is the main one), and the chunk's stored length; a length
+// of 0 is the chunk that ends that package.
+typedef void (*DATA_SET_CHUNK_NOTE)(INT_U32 package, INT_S32 length, void* context);
+
+// What unpack_data_set wrote. A data set of one package gives one file, under the name given; one
+// of several gives the main package under that name and package N beside it under the name with
+// ".N" behind it ("installer.pkg.2"), the names its members' packed names use.
+struct DATA_SET_UNPACKED {
+    // Set by the caller: told of each chunk, when not null.
+    DATA_SET_CHUNK_NOTE chunk_note { nullptr };
+    void* note_context { nullptr };
+    // The answers.
+    INT_U32 packages { 0 }; // package files written; 0 after a failure
+    INT_S32 chunks { 0 };   // chunks read, the chunks of length 0 between packages included
+};
+
+// Joins the chunks of the data set behind the installer `exe_name` in `exe_folder`, whose header
+// was read into `header`, into package files in `folder`: the main package into `name` (a
+// package file with its byte-order byte), the others beside it (DATA_SET_UNPACKED). The file is
+// read to its end with 64-bit positions, so a data set past 4 GiB is read whole. `unpacked` may
+// be null. False, with the last-error slot set, when the output cannot be written, a chunk is
+// longer than the cache size allows, a compressed chunk does not inflate whole, or the packages
+// are not laid out as a data set lays them (a package without chunks, a chunk of length 0 at
+// the end, more packages than DATA_SET_MOST_PACKAGES, a package past 4 GiB); `name` is then
+// incomplete and the caller's to delete, and the other packages are deleted already.
+[[nodiscard]] bool unpack_data_set(const FOLDER& exe_folder, const char* exe_name, const DATA_SET_HEADER& header,
+    const FOLDER& folder, const char* name, DATA_SET_UNPACKED* unpacked, DATA_SET_PROGRESS progress, void* context);
 
 // The same from a finished installer named `exe_name`: finds its stamp, reads the header and
-// unpacks. False when it has no data set or any step fails.
+// unpacks; `packages`, when not null, answers how many package files were written. False when it
+// has no data set or any step fails.
 [[nodiscard]] bool unpack_installer(const FOLDER& exe_folder, const char* exe_name, const FOLDER& folder,
-    const char* name, DATA_SET_SPLASH* splash, DATA_SET_HEADER* header, INT_S32* chunks);
+    const char* name, DATA_SET_SPLASH* splash, DATA_SET_HEADER* header, INT_S32* chunks, INT_U32* packages = nullptr);
+
+// The file name of package `number` unpacked beside the main package `name`: "<name>.<number>".
+// False when it does not fit `size`.
+[[nodiscard]] bool side_package_name(const char* name, INT_U32 number, char* buffer, size_t size);
+// Deletes the packages unpacked beside the main package `name` ("<name>.1" up to
+// "<name>.<packages - 1>"); the main package is left to its owner.
+void delete_side_packages(const FOLDER& folder, const char* name, INT_U32 packages);
+
+// Whether a packed name names a member of another package of a data set of several,
+// "installer.pkg.N/<member>": then `number` is N and `member` the member's own name in package N.
+// N is not checked against anything: 0, or one above the packages there are, names no package.
+// False for every other name, the main package's own. Digits are read only until the number
+// reaches 100000, so a longer number leaves the name a plain one.
+[[nodiscard]] bool packed_name_package(const char* packed_name, INT_U32* number, const char** member);
 
 // The most bytes one stored chunk may take: compressed chunks never exceed the cache size, so
 // that the reader's buffer of that size holds any of them.

@@ -151,20 +151,13 @@ DATA_SET_READER::VOLUME* DATA_SET_READER::select(const char* name, const char** 
     VOLUME* volume = &m_volumes[m_volume_count - 1];
     // Only a data set of several packages names members by package: in one of a single package
     // every name is the member's own.
-    static const char prefix[] = "installer.pkg.";
-    if (m_volume_count > 1 && name && strncmp(name, prefix, sizeof prefix - 1) == 0) {
-        const char* at = name + sizeof prefix - 1;
-        INT_U32 number = 0;
-        while (*at >= '0' && *at <= '9' && number < 100000)
-            number = number * 10 + static_cast<INT_U32>(*at++ - '0');
-        if (*at == '/' && at > name + sizeof prefix - 1) {
-            if (number == 0 || number >= m_volume_count) {
-                fail(ERROR_MEMBER_NOT_FOUND, name);
-                return nullptr;
-            }
-            volume = &m_volumes[number - 1];
-            *member = at + 1;
+    INT_U32 number = 0;
+    if (m_volume_count > 1 && packed_name_package(name, &number, member)) {
+        if (number == 0 || number >= m_volume_count) {
+            fail(ERROR_MEMBER_NOT_FOUND, name);
+            return nullptr;
         }
+        volume = &m_volumes[number - 1];
     }
     if (!open_volume(volume))
         return nullptr;

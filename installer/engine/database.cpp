@@ -29,7 +29,9 @@
 #include "graphics/image_cache.h"
 #include "installer/engine/installer_debug.h"
 #include "installer/engine/installer_options.h"
+#include "base/error_report.h"
 #include "installer/engine/data_set_reader.h"
+#include "installer/engine/unpacked_data_set.h"
 #include "io/package.h"
 #include "wm/core/wm_look.h"
 
@@ -418,6 +420,7 @@ DATABASE::DATABASE()
 DATABASE::~DATABASE()
 {
     free_records();
+    drop_unpacked();
     delete package;
     package = nullptr;
     delete data_set;
@@ -430,15 +433,39 @@ void DATABASE::use_data_set(DATA_SET_READER* reader)
     data_set = reader;
 }
 
+void DATABASE::use_unpacked_packages(INT_U32 count)
+{
+    m_unpacked_count = count;
+}
+
+void DATABASE::drop_unpacked()
+{
+    delete m_unpacked;
+    m_unpacked = nullptr;
+}
+
 MEMBER_STORE* DATABASE::members() const
 {
     if (m_reading_data_set)
         return nullptr;
     if (data_set && data_set->is_open())
         return data_set;
+    // The unpacked packages borrow `package`: they serve only while it is the one they were
+    // given.
+    if (m_unpacked && m_unpacked->main_package() == package && m_unpacked->is_open())
+        return m_unpacked;
     if (package && package->is_open())
         return package;
     return nullptr;
+}
+
+PACKAGE* DATABASE::package_of(const char* packed_name, const char** member) const
+{
+    *member = packed_name;
+    MEMBER_STORE* store = members();
+    if (store && store == m_unpacked)
+        return m_unpacked->package_of(packed_name, member);
+    return store && store == package ? package : nullptr;
 }
 
 void DATABASE::free_records()
@@ -950,6 +977,7 @@ bool DATABASE::load_data_set(const char* name, bool* damaged)
         return false;
     FOLDER::close_data_file(&probe);
 
+    drop_unpacked();
     delete package;
     package = new (std::nothrow) PACKAGE(data_folder, name, false, 1024, true, true);
     if (!package)
@@ -979,6 +1007,21 @@ bool DATABASE::load_data_set(const char* name, bool* damaged)
     package = new (std::nothrow) PACKAGE(data_folder, name, false, 1024, true, true);
     if (!found)
         return false;
+    if (m_unpacked_count > 1) {
+        // The other packages of the data set lie beside it; the records must name them all and
+        // nothing else, or the data set is not the one its database was packed with.
+        m_unpacked = new (std::nothrow) UNPACKED_DATA_SET(package, data_folder, name, m_unpacked_count);
+        if (!m_unpacked || !m_unpacked->is_open()) {
+            drop_unpacked();
+            return set_last_error(ERROR_PACKAGE_NOT_OPEN, "data set (its packages)");
+        }
+        if (!m_unpacked->check_records(*this)) {
+            if (damaged)
+                *damaged = true;
+            drop_unpacked();
+            return false;
+        }
+    }
 
     count_files_and_shortcuts();
     if (installation_count > 0)

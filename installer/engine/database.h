@@ -32,6 +32,7 @@
 class DATA_SET_READER;
 class MEMBER_STORE;
 class PACKAGE;
+class UNPACKED_DATA_SET;
 
 // ---------------------------------------------------------------------------------------------
 // [SECTION] Sizes and limits
@@ -384,9 +385,19 @@ public:
     [[nodiscard]] bool load_data_set(const char* name, bool* damaged = nullptr);
     // Hands over a data set opened for reading in place; the database owns and deletes it.
     void use_data_set(DATA_SET_READER* reader);
-    // Where members are read from: the data set read in place, else the package; null when
-    // neither is open.
+    // Before load_data_set: the data set was unpacked into `count` packages in `data_folder`, the
+    // main one under the name load_data_set is given and the others beside it (unpack_data_set).
+    // With more than one, the load also opens the others behind members() and refuses, as
+    // damage, a database whose file records do not name exactly the packages there are. 1, the
+    // default, is a data set of one package, loaded as a package always was.
+    void use_unpacked_packages(INT_U32 count);
+    // Where members are read from: the data set read in place, else the unpacked packages, else
+    // the package; null when none is open.
     [[nodiscard]] MEMBER_STORE* members() const;
+    // The package that holds the member `packed_name` and the member's name in it, for reading a
+    // package directly: of a data set unpacked into several packages, the one the name names;
+    // otherwise `package`. Null when there is none (the data set read in place has no packages).
+    [[nodiscard]] PACKAGE* package_of(const char* packed_name, const char** member) const;
     // The stream on the plain file "installer.idx" in `data_folder`, with its byte-order byte.
     // False when the file does not open or, on reading, the stream is damaged.
     [[nodiscard]] bool load_index();
@@ -500,7 +511,11 @@ private:
     bool has_member(const char* pattern) const;
     void load_packaged_fonts();
     bool load_from_data_set(bool* damaged);
+    void drop_unpacked();
     // While the stream of a data set read in place is read, its members are not asked for: the
     // reader learns where they lie from the stream itself.
     bool m_reading_data_set { false };
+    // The packages of a data set unpacked into several, over `package` as the main one.
+    INT_U32 m_unpacked_count { 1 };
+    UNPACKED_DATA_SET* m_unpacked { nullptr };
 };

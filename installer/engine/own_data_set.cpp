@@ -21,6 +21,9 @@ namespace {
 
 const char* const PACKAGE_NAME = "installer.pkg";
 bool temporary = false;
+// How many packages the unpacking left: the main one and, of a data set of several, the others
+// beside it ("installer.pkg.1" and on).
+INT_U32 unpacked_packages = 0;
 // Where the package was unpacked: "$TEMP" may mean another folder once the install root has
 // become the base of the path variables.
 char unpacked_in[ORLU_MAX_PATH];
@@ -33,9 +36,12 @@ void delete_temporary_package()
 {
     if (temporary) {
         FOLDER temp;
-        if (temp.set_raw(unpacked_in))
+        if (temp.set_raw(unpacked_in)) {
             (void)temp.delete_file(PACKAGE_NAME);
+            delete_side_packages(temp, PACKAGE_NAME, unpacked_packages);
+        }
         temporary = false;
+        unpacked_packages = 0;
     }
     // The run's private folder goes with it: anything else in it was this run's own.
     host_remove_run_temp_folder();
@@ -118,12 +124,14 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
         FOLDER::close_data_file(&device);
         return UNPACK_INTERRUPTED;
     }
-    debug_printf(&installer_debug, "Data set unpacked: %s\n", last_error_text());
-    bool unpacked = unpack_data_set(device, header, temp, PACKAGE_NAME, nullptr, progress, context);
     FOLDER::close_data_file(&device);
+    debug_printf(&installer_debug, "Data set unpacked: %s\n", last_error_text());
+    DATA_SET_UNPACKED unpacked;
+    bool done = unpack_data_set(own, own_file_name, header, temp, PACKAGE_NAME, &unpacked, progress, context);
     bool stopped = quit_requested || host_stop_requested();
-    if (!unpacked || stopped) {
+    if (!done || stopped) {
         (void)temp.delete_file(PACKAGE_NAME);
+        delete_side_packages(temp, PACKAGE_NAME, unpacked.packages);
         if (stopped)
             return UNPACK_INTERRUPTED;
         // A chunk that is too long, cut short or does not inflate is damage that the stamp's
@@ -131,9 +139,13 @@ UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash, D
         // full disk most likely.
         return last_error_code() == ERROR_READ ? UNPACK_DAMAGED : UNPACK_FAILED;
     }
+    // Of a data set of several packages the database names the others' members by package.
+    database->use_unpacked_packages(unpacked.packages);
+    unpacked_packages = unpacked.packages;
     database->data_folder = temp;
     snprintf(unpacked_in, sizeof unpacked_in, "%s", temp.path());
     temporary = true;
-    debug_printf(&installer_debug, "Data set unpacked to %s\n", temp.path_text(PACKAGE_NAME));
+    debug_printf(&installer_debug, "Data set unpacked to %s: %u package%s\n", temp.path_text(PACKAGE_NAME), unpacked_packages,
+        unpacked_packages == 1 ? "" : "s");
     return UNPACK_DONE;
 }

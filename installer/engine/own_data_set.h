@@ -1,6 +1,7 @@
 // The data set appended behind the running installer: checked against its stamp, then read in
 // place (DATA_SET_READER), or, when it cannot be read that way, unpacked into the temporary
-// package "installer.pkg" in $TEMP.
+// package "installer.pkg" in $TEMP (and, of a data set of several packages, the others beside it,
+// "installer.pkg.1" and on).
 #pragma once
 
 #include "installer/engine/data_set.h"
@@ -22,11 +23,13 @@ enum UNPACK_RESULT : INT_S32 {
 // before anything is written, then hands the database a reader of the data set in place
 // (use_data_set) or unpacks it, calling `progress` after each chunk. On UNPACK_DONE the
 // database's `data_folder` is $TEMP and its `file_cache_sz` the data set's, and
-// load_data_set("installer.pkg") reads the data; every other answer leaves no package behind.
+// load_data_set("installer.pkg") reads the data, the members of every package; every other
+// answer leaves no package behind.
 // `splash` may be null.
 [[nodiscard]] UNPACK_RESULT unpack_own_data_set(DATABASE* database, DATA_SET_SPLASH* splash,
     DATA_SET_PROGRESS progress, void* context);
 
-// True once this run unpacked the package; delete_temporary_package removes it then.
+// True once this run unpacked the package; delete_temporary_package removes it then, with the
+// other packages unpacked beside it.
 [[nodiscard]] bool package_is_temporary();
 void delete_temporary_package();

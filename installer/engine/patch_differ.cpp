@@ -8,7 +8,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 #include <new>
 
 #include "base/format.h"
@@ -217,9 +216,14 @@ private:
 enum CONTENT { CONTENT_SAME, CONTENT_CHANGED, CONTENT_NO_FIRST, CONTENT_NO_SECOND };
 
 // Members of different lengths are changed without reading them; members of one length are
-// read in step straight from their packages, and the first difference ends the reading.
-CONTENT compare_members(PACKAGE* first, PACKAGE* second, const char* first_name, const char* second_name)
+// read in step straight from their packages, and the first difference ends the reading. A
+// packed name finds its member in whichever package of its data set holds it.
+CONTENT compare_members(const DATABASE& d1, const DATABASE& d2, const char* first_packed, const char* second_packed)
 {
+    const char* first_name = nullptr;
+    const char* second_name = nullptr;
+    PACKAGE* first = d1.package_of(first_packed, &first_name);
+    PACKAGE* second = d2.package_of(second_packed, &second_name);
     INT_U64 first_size = 0, second_size = 0;
     if (!first || !first->member_size(first_name, &first_size))
         return CONTENT_NO_FIRST;
@@ -273,10 +277,13 @@ bool is_finished_installer(const FOLDER& folder, const char* name)
 // Loads the data set named on the command line: a path with a variable ("@" already made "$"),
 // an absolute path as it stands, or a name relative to the program's folder. A finished
 // installer's data set is unpacked into a temporary package, whose name goes to `temporary`
-// (empty otherwise) for the caller to delete. `where` is the folder of the named file.
-bool load(DATABASE* database, const char* given, FOLDER* where, char* temporary, size_t size)
+// (empty otherwise), and the number of packages to `packages`, for the caller to delete (the
+// others of a data set of several lie beside the first as data_set.h tells). `where` is the
+// folder of the named file.
+bool load(DATABASE* database, const char* given, FOLDER* where, char* temporary, size_t size, INT_U32* packages)
 {
     temporary[0] = 0;
+    *packages = 0;
     char text[ORLU_MAX_PATH];
     bool fits = given[0] == '/' ? copy_text(text, given) : option_file_path(given, text, sizeof text);
     if (!fits)
@@ -296,9 +303,10 @@ bool load(DATABASE* database, const char* given, FOLDER* where, char* temporary,
     FOLDER temp("$TEMP");
     DATA_SET_HEADER header;
     if (!temp.make_temp_name(temporary, static_cast<INT_S32>(size), ".pkg")
-        || !unpack_installer(*where, file_name, temp, temporary, nullptr, &header, nullptr))
+        || !unpack_installer(*where, file_name, temp, temporary, nullptr, &header, nullptr, packages))
         return false;
     database->data_folder = temp;
+    database->use_unpacked_packages(*packages);
     return database->load_data_set(temporary);
 }
 
@@ -373,7 +381,7 @@ bool compare_installation(DATABASE& d1, DATABASE& d2, INT_S16 index, PATCH_WRITE
             continue;
         }
         matched[n1] = 1;
-        switch (compare_members(d1.package, d2.package, f1.packed_name, f2.packed_name)) {
+        switch (compare_members(d1, d2, f1.packed_name, f2.packed_name)) {
         case CONTENT_NO_FIRST:
             host_printf("\t\tUnable to open file in db1 (%s)\n", f1.packed_name);
             ok = false;
@@ -427,13 +435,14 @@ bool diff_data_sets(const char* argument)
     bool ok = d1 && d2;
     FOLDER first_folder, second_folder;
     char first_temporary[64] = "", second_temporary[64] = "";
-    if (ok && !load(d1, first, &first_folder, first_temporary, sizeof first_temporary)) {
+    INT_U32 first_packages = 0, second_packages = 0;
+    if (ok && !load(d1, first, &first_folder, first_temporary, sizeof first_temporary, &first_packages)) {
         host_print("Failed to load first database\n");
         ok = false;
     }
     if (ok)
         host_printf("First database (%s) was loaded ok...\n", first);
-    if (ok && !load(d2, second, &second_folder, second_temporary, sizeof second_temporary)) {
+    if (ok && !load(d2, second, &second_folder, second_temporary, sizeof second_temporary, &second_packages)) {
         host_print("Failed to load first database\n");
         ok = false;
     }
@@ -467,9 +476,13 @@ bool diff_data_sets(const char* argument)
     delete d1;
     delete d2;
     FOLDER temp("$TEMP");
-    for (const char* name : { first_temporary, second_temporary }) {
-        if (name[0])
-            (void)temp.delete_file(name);
+    if (first_temporary[0]) {
+        (void)temp.delete_file(first_temporary);
+        delete_side_packages(temp, first_temporary, first_packages);
+    }
+    if (second_temporary[0]) {
+        (void)temp.delete_file(second_temporary);
+        delete_side_packages(temp, second_temporary, second_packages);
     }
     return ok;
 }

@@ -1,9 +1,12 @@
 // A payload larger than one package: several packages parted by a chunk of length 0, the main
 // one last, the file records naming the others' members by package; installed whole from the
-// data set in place, with the same installation id as one package would give.
+// data set in place, with the same installation id as one package would give; `packer info`
+// showing every package.
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -159,10 +162,43 @@ TEST_F(PACKER_PACKAGES, a_payload_larger_than_one_package_goes_into_several_and_
     }
     EXPECT_NE(installed.output.find("8 installed, 0 skipped, 0 failed"), std::string::npos) << installed.output;
 
-    // packer info shows the main package.
+    // packer info shows every package in data set order, the main one last, each with its
+    // chunks and members, and the database from the main one.
     RUN_RESULT info = run_program(packer_path(), { "info", temp.file("several") });
     EXPECT_EQ(info.status, 0) << info.errors;
     EXPECT_NE(info.output.find("the data set matches"), std::string::npos) << info.output;
+    EXPECT_NE(info.output.find("  " + std::to_string(separators + 1) + " packages, parted by chunks of length 0\n"),
+        std::string::npos) << info.output;
+    std::vector<size_t> starts;
+    for (int n = 1; n <= separators + 1; ++n) {
+        std::string name = n <= separators ? "installer.pkg." + std::to_string(n) : std::string("installer.pkg");
+        size_t at = info.output.find("Package " + name + ", block size 1024, ");
+        ASSERT_NE(at, std::string::npos) << name << "\n" << info.output;
+        EXPECT_TRUE(starts.empty() || at > starts.back()) << name;
+        starts.push_back(at);
+    }
+    size_t database_at = info.output.find("\nDatabase\n");
+    ASSERT_NE(database_at, std::string::npos);
+    EXPECT_GT(database_at, starts.back());
+    starts.push_back(database_at);
+    for (INT_S16 f = 0; f < files.file_count; ++f) {
+        const char* packed = files.files[f].packed_name;
+        const char* slash = strchr(packed, '/');
+        size_t package = slash ? static_cast<size_t>(atoi(packed + 14)) - 1 : static_cast<size_t>(separators);
+        std::string section = info.output.substr(starts[package], starts[package + 1] - starts[package]);
+        EXPECT_NE(section.find("  " + std::string(slash ? slash + 1 : packed) + "\n"), std::string::npos)
+            << packed << " in\n" << section;
+    }
+    EXPECT_NE(info.output.substr(starts[static_cast<size_t>(separators)]).find("  database.bin\n"), std::string::npos);
+
+    // A chunk of length 0 at the very end leaves the main package empty: shown as damage, with
+    // the chunks read.
+    ASSERT_TRUE(write_file(temp.file("cut"), read_file(temp.file("several")) + std::string(4, '\0')));
+    RUN_RESULT cut = run_program(packer_path(), { "info", temp.file("cut") });
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_NE(cut.errors.find("the data set's chunks are damaged: "), std::string::npos) << cut.errors;
+    EXPECT_NE(cut.errors.find("a package without chunks"), std::string::npos) << cut.errors;
+    EXPECT_EQ(cut.output.find("Package installer.pkg"), std::string::npos) << cut.output;
 }
 
 TEST_F(PACKER_PACKAGES, a_file_larger_than_a_package_and_bad_limits_are_refused)

@@ -1,8 +1,10 @@
 // "packer info FILE": what a finished installer or a package holds, for a person to read.
 //
 // A finished installer shows its stamp (and whether the data set matches its check), the size and
-// the needs of the run-time in front, the data set's header and chunks, then the package that
-// the chunks give; a package shows its members. Either way "database.bin", when there, is shown field by field.
+// the needs of the run-time in front, the data set's header, then each package that the chunks
+// give (of a data set too large for one, several, the main one last) with its chunks and
+// members; a package shows its members. Either way "database.bin", when there, is shown field by
+// field.
 
 #include <cstdio>
 #include <cstring>
@@ -15,6 +17,7 @@
 #include "base/error_report.h"
 #include "io/folder.h"
 #include "graphics/image_cache.h"
+#include "host/host_files.h"
 #include "installer/engine/data_set.h"
 #include "installer/engine/database.h"
 #include "io/package.h"
@@ -156,12 +159,23 @@ void print_database(const DATABASE& db, INT_U8 version)
     }
 }
 
-// The members and the database of an open package.
-int print_package(PACKAGE* package)
+void count_member(const char*, INT_U64, void* context)
+{
+    ++*static_cast<INT_U32*>(context);
+}
+
+// The members of an open package, one line each.
+int print_members(PACKAGE* package)
 {
     printf("Members\n");
     if (!package->list_members(print_member, nullptr))
         return packer_error("the package is damaged: %s", last_error_text());
+    return PACKER_OK;
+}
+
+// The member "database.bin" of an open package, field by field.
+int print_database_member(PACKAGE* package)
+{
     PACKAGE_DATA_FILE* member = package->open_member_data("database.bin", FILE_READ, ORDER_MARKER_IN_FILE);
     if (!member) {
         printf("No database.bin\n");
@@ -184,16 +198,40 @@ int print_package(PACKAGE* package)
     return PACKER_OK;
 }
 
+// The members and the database of an open package.
+int print_package(PACKAGE* package)
+{
+    int status = print_members(package);
+    return status == PACKER_OK ? print_database_member(package) : status;
+}
+
+// The chunks of a data set as the unpacking reads them, by package in data set order: each
+// package's stored lengths, without the chunk of length 0 that ends it.
 struct CHUNK_LIST {
-    std::vector<INT_U64> sizes;
-    INT_U64 last { 0 };
+    std::vector<std::vector<INT_S32>> packages;
+    std::vector<INT_S32> all; // every chunk, in order, the separators included
 };
 
-void note_chunk(INT_S32, INT_U64 done, INT_U64, void* context)
+void note_chunk(INT_U32 package, INT_S32 length, void* context)
 {
     CHUNK_LIST* list = static_cast<CHUNK_LIST*>(context);
-    list->sizes.push_back(done - list->last - 4);
-    list->last = done;
+    list->all.push_back(length);
+    if (list->packages.size() < package)
+        list->packages.resize(package);
+    if (length != 0)
+        list->packages[package - 1].push_back(length);
+}
+
+// "N chunks, S bytes stored: l1 l2 ...", chunks below 0 counting as none.
+void print_chunks(const std::vector<INT_S32>& lengths)
+{
+    INT_U64 stored = 0;
+    for (INT_S32 length : lengths)
+        stored += length > 0 ? static_cast<INT_U64>(length) : 0;
+    printf("  %zu chunks, %llu bytes stored:", lengths.size(), static_cast<unsigned long long>(stored));
+    for (INT_S32 length : lengths)
+        printf(" %lld", static_cast<long long>(length > 0 ? length : 0));
+    printf("\n");
 }
 
 // The program in front of the data set (or the whole file, when there is none): how big it is and
@@ -202,11 +240,14 @@ void note_chunk(INT_S32, INT_U64 done, INT_U64, void* context)
 void print_run_time(const FOLDER& folder, const char* name, const STAMP_RECORD& record)
 {
     DATA_FILE* device = folder.open_data_file(name, FILE_READ, 0, false);
-    if (!device) {
+    HOST_FILE_INFO info;
+    if (!device || !host_file_info(folder.path_text(name), &info)) {
+        FOLDER::close_data_file(&device);
         printf("Run-time: cannot be read\n");
         return;
     }
-    INT_U64 size = device->size();
+    // The file's own size, in 64 bits: a device's positions stop at 4 GiB.
+    INT_U64 size = info.size;
     if ((record.flags & STAMP_FLAG_DATA_SET) && static_cast<INT_U64>(record.data_offset) + 1 < size)
         size = static_cast<INT_U64>(record.data_offset) + 1;
     // The packer refuses clients above this size, so no run-time of ours is larger.
@@ -269,37 +310,56 @@ int print_installer(const FOLDER& folder, const char* name, const STAMP_RECORD& 
     delete splash;
     printf("  file cache size %u, compressed %s\n", header.file_cache_size, yes_no(header.compressed));
 
+    // The chunks are read to the end of the file with 64-bit positions, so that every package of
+    // a data set past 4 GiB is shown; each lands in a temporary package file of its own.
+    FOLDER::close_data_file(&device);
     FOLDER temp("$TEMP");
     char package_name[64];
-    if (!temp.make_temp_name(package_name, sizeof package_name, ".pkg")) {
-        FOLDER::close_data_file(&device);
+    if (!temp.make_temp_name(package_name, sizeof package_name, ".pkg"))
         return packer_error("cannot make a temporary file in %s", temp.path());
-    }
     CHUNK_LIST chunks;
-    INT_S32 count = 0;
-    bool unpacked = unpack_data_set(device, header, temp, package_name, &count, note_chunk, &chunks);
-    FOLDER::close_data_file(&device);
-    INT_U64 stored = 0;
-    for (INT_U64 size : chunks.sizes)
-        stored += size;
-    printf("  %d chunks, %llu bytes stored:", count, static_cast<unsigned long long>(stored));
-    for (INT_U64 size : chunks.sizes)
-        printf(" %llu", static_cast<unsigned long long>(size));
-    printf("\n");
-    if (!unpacked) {
+    DATA_SET_UNPACKED unpacked;
+    unpacked.chunk_note = note_chunk;
+    unpacked.note_context = &chunks;
+    bool whole = unpack_data_set(folder, name, header, temp, package_name, &unpacked, nullptr, nullptr);
+    if (!whole) {
         (void)temp.delete_file(package_name);
+        print_chunks(chunks.all);
         return packer_error("the data set's chunks are damaged: %s", last_error_text());
     }
-    int status;
-    {
-        PACKAGE package(temp, package_name, false, 0, true, true);
-        if (!package.is_open()) {
-            status = packer_error("the chunks do not give a package: %s", last_error_text());
-        } else {
-            status = print_package(&package);
+    INT_U32 count = unpacked.packages;
+    if (count > 1)
+        printf("  %u packages, parted by chunks of length 0\n", count);
+    // Each package in data set order, the main one last; the database from the main one.
+    int status = PACKER_OK;
+    for (INT_U32 number = 1; number <= count && status == PACKER_OK; ++number) {
+        bool main = number == count;
+        char file_name[ORLU_MAX_PATH];
+        char shown_name[32];
+        if (main)
+            snprintf(shown_name, sizeof shown_name, "installer.pkg");
+        else
+            snprintf(shown_name, sizeof shown_name, "installer.pkg.%u", number);
+        if (!main && !side_package_name(package_name, number, file_name, sizeof file_name)) {
+            status = packer_error("cannot name a temporary file in %s", temp.path());
+            break;
         }
+        PACKAGE package(temp, main ? package_name : file_name, false, 0, true, true);
+        if (!package.is_open()) {
+            status = packer_error("the chunks of %s do not give a package: %s", shown_name, last_error_text());
+            break;
+        }
+        INT_U32 members = 0;
+        bool listed = package.list_members(count_member, &members);
+        printf("Package %s, block size %u, %u members\n", shown_name, package.block_size(), members);
+        static const std::vector<INT_S32> none;
+        print_chunks(number <= chunks.packages.size() ? chunks.packages[number - 1] : none);
+        status = listed ? print_members(&package) : packer_error("the package is damaged: %s", last_error_text());
+        if (status == PACKER_OK && main)
+            status = print_database_member(&package);
     }
     (void)temp.delete_file(package_name);
+    delete_side_packages(temp, package_name, count);
     return status;
 }
 

@@ -1,10 +1,12 @@
-// Patch differencing on two packed fixtures: added, changed, moved and deleted files.
+// Patch differencing on two packed fixtures: added, changed, moved and deleted files; data sets of
+// several packages compared as one.
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
 #include <string>
+#include <vector>
 
 #include "installer/engine/data_set.h"
 #include "io/folder.h"
@@ -201,4 +203,78 @@ TEST_F(PATCH_DIFFER, a_file_matches_the_first_of_equal_older_files_and_only_once
     EXPECT_NE(run.output.find("Installation (0)\n\t\tFound same file twice! (payload/a.txt)\n"), std::string::npos)
         << run.output;
     EXPECT_EQ(run.output.find("Done"), std::string::npos);
+}
+
+TEST_F(PATCH_DIFFER, a_data_set_of_several_packages_gives_the_patch_of_one)
+{
+    // Files large enough that packages of 200000 bytes take two or three each; their packed
+    // names then name other packages than the main one.
+    auto bytes = [](size_t size, char seed) {
+        std::string text(size, seed);
+        for (size_t i = 0; i < size; i += 97)
+            text[i] = static_cast<char>(seed + i % 7);
+        return text;
+    };
+    std::string older_files, newer_files;
+    for (int i = 0; i < 6; ++i) {
+        std::string name = "f" + std::to_string(i) + ".bin";
+        ASSERT_TRUE(write_file(folder + "/payload/" + name, bytes(i % 2 ? 30000 : 120000, static_cast<char>('a' + i))));
+        older_files += file(name.c_str(), "$HERE");
+        if (i != 5)
+            newer_files += file(name.c_str(), "$HERE");
+    }
+    auto pack = [this](const std::string& name, const std::string& files, const std::string& output,
+                    const std::vector<std::string>& extra) {
+        std::string xml = "<INSTALLER default_language_name=\"en\" installation_id=\"7\">\n"
+                          "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"fixture\"/>\n"
+                          "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/fixture\">\n"
+            + files + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t</LANGUAGE>\n</INSTALLER>\n";
+        ASSERT_TRUE(write_file(folder + "/" + name + ".xml", xml));
+        std::vector<std::string> arguments = { "build", folder + "/" + name + ".xml", "-o", output, "--client", installer_path(), "--quiet" };
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        RUN_RESULT run = run_program(packer_path(), arguments);
+        ASSERT_EQ(run.status, 0) << run.errors;
+    };
+    ASSERT_EQ(mkdir((folder + "/whole").c_str(), 0755), 0);
+    ASSERT_EQ(mkdir((folder + "/split").c_str(), 0755), 0);
+    const std::vector<std::string> split = { "--package-limit", "200000" };
+    pack("one", older_files, folder + "/whole/one.run", {});
+    pack("one", older_files, folder + "/split/one.run", split);
+    // The newer: one file changed in its last byte, one grown, one gone, one new.
+    std::string changed = bytes(120000, 'a');
+    changed.back() ^= 1;
+    ASSERT_TRUE(write_file(folder + "/payload/f0.bin", changed));
+    ASSERT_TRUE(write_file(folder + "/payload/f3.bin", bytes(30001, 'd')));
+    ASSERT_TRUE(write_file(folder + "/payload/new.bin", bytes(50000, 'n')));
+    newer_files += file("new.bin", "$HERE");
+    pack("two", newer_files, folder + "/whole/two.run", {});
+    pack("two", newer_files, folder + "/split/two.run", split);
+
+    FOLDER split_folder;
+    ASSERT_TRUE(split_folder.set_raw((folder + "/split").c_str()));
+    DATA_SET_HEADER header;
+    INT_U32 packages = 0;
+    ASSERT_TRUE(unpack_installer(split_folder, "one.run", split_folder, "probe.pkg", nullptr, &header, nullptr, &packages));
+    EXPECT_GE(packages, 3u);
+    delete_side_packages(split_folder, "probe.pkg", packages);
+    ASSERT_TRUE(split_folder.delete_file("probe.pkg"));
+
+    RUN_RESULT whole = diff(folder + "/whole/one.run=" + folder + "/whole/two.run");
+    RUN_RESULT several = diff(folder + "/split/one.run=" + folder + "/split/two.run");
+    EXPECT_EQ(whole.status, several.status);
+    std::string said = several.output;
+    for (size_t at = said.find("/split/"); at != std::string::npos; at = said.find("/split/", at))
+        said.replace(at, 7, "/whole/");
+    EXPECT_EQ(said, whole.output);
+    EXPECT_NE(whole.output.find("Installation (0)\n"
+                                "\t\tFile changed - payload/f0.bin\n"
+                                "\t\tFile changed - payload/f3.bin\n"
+                                "\t\tFile added - payload/new.bin\n"
+                                "\t\tFile deleted - payload/f5.bin\n"
+                                "\nDone\n"),
+        std::string::npos)
+        << whole.output;
+    std::string patch = read_file(folder + "/whole/patch.xml");
+    EXPECT_NE(patch.find("src_name=\"f0.bin\""), std::string::npos) << patch;
+    EXPECT_EQ(read_file(folder + "/split/patch.xml"), patch);
 }
