@@ -1126,6 +1126,13 @@ bool DATABASE::load_from_data_set(bool* damaged)
             *damaged = true;
         return false;
     }
+    // A data set of several packages whose records name a package that is not there, or leave one
+    // out, was not packed with this database: refused before a file is placed.
+    if (data_set->package_count() > 1 && !check_package_records(*this, data_set->package_count())) {
+        if (damaged)
+            *damaged = true;
+        return false;
+    }
     data_set->index_tail(*this);
     // The wizard's first page depends on the texts the data set holds, which are known now.
     current_page = next_page_from(PAGE_START);

@@ -35,12 +35,12 @@ bool UNPACKED_DATA_SET::is_open() const
     return m_sides && m_main && m_main->is_open();
 }
 
-bool UNPACKED_DATA_SET::check_records(const DATABASE& database)
+bool check_package_records(const DATABASE& database, INT_U32 package_count)
 {
-    if (!is_open())
+    if (package_count < 1 || package_count > DATA_SET_MOST_PACKAGES)
         return set_last_error(ERROR_PACKAGE_NOT_OPEN, "data set");
-    // Which packages the records name, one flag each; the count was bounded when this was made.
-    bool* named = new (std::nothrow) bool[m_package_count]();
+    // Which packages the records name, one flag each.
+    bool* named = new (std::nothrow) bool[package_count]();
     if (!named)
         return set_last_error(ERROR_PACKAGE_MEMORY, "data set");
     bool ok = true;
@@ -51,7 +51,7 @@ bool UNPACKED_DATA_SET::check_records(const DATABASE& database)
             const char* member = nullptr;
             if (!packed_name_package(installation.files[f].packed_name, &number, &member))
                 continue;
-            if (number == 0 || number >= m_package_count) {
+            if (number == 0 || number >= package_count) {
                 char detail[400];
                 snprintf(detail, sizeof detail, "data set (the file %.300s names a package it does not hold)",
                     installation.files[f].packed_name);
@@ -61,16 +61,23 @@ bool UNPACKED_DATA_SET::check_records(const DATABASE& database)
             named[number] = true;
         }
     }
-    for (INT_U32 number = 1; ok && number < m_package_count; ++number) {
+    for (INT_U32 number = 1; ok && number < package_count; ++number) {
         if (!named[number]) {
             char detail[160];
             snprintf(detail, sizeof detail, "data set (%u packages, more than its database names: no file is in installer.pkg.%u)",
-                m_package_count, number);
+                package_count, number);
             ok = set_last_error(ERROR_READ, detail);
         }
     }
     delete[] named;
     return ok;
+}
+
+bool UNPACKED_DATA_SET::check_records(const DATABASE& database)
+{
+    if (!is_open())
+        return set_last_error(ERROR_PACKAGE_NOT_OPEN, "data set");
+    return check_package_records(database, m_package_count);
 }
 
 PACKAGE* UNPACKED_DATA_SET::package_of(const char* packed_name, const char** member)

@@ -54,3 +54,10 @@ private:
     INT_U32 m_package_count { 0 };
     SIDE* m_sides { nullptr }; // packages 1 to m_package_count - 1
 };
+
+// Whether the file records of `database` fit a data set of `package_count` packages (the main
+// one counted): every packed name "installer.pkg.N/..." names a package there is, and every
+// package but the main one is named. False, with the last-error slot saying which, when not:
+// the data set is not the one its database was packed with. Both ways of reading a data set of
+// several packages ask this before anything is installed.
+[[nodiscard]] bool check_package_records(const DATABASE& database, INT_U32 package_count);

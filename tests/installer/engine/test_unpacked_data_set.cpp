@@ -328,6 +328,13 @@ TEST_F(UNPACKED_PACKAGES, packages_the_database_does_not_name_are_refused_as_dam
     EXPECT_TRUE(std::string(last_error_text()).find("names a package it does not hold") != std::string::npos)
         << last_error_text();
 
+    // Read in place, the same data set is refused the same way, before a file is placed.
+    RUN_RESULT in_place = install("extra", temp.file("target"));
+    EXPECT_EQ(in_place.status, 2) << in_place.output;
+    EXPECT_EQ(in_place.output.find("Data set unpacked to "), std::string::npos) << in_place.output;
+    EXPECT_NE(in_place.output.find("ERROR: The installer file is damaged\n"), std::string::npos) << in_place.output;
+    EXPECT_NE(access(temp.file("target").c_str(), F_OK), 0);
+
     // Through the run-time's own unpacking (the main package made unreadable in place).
     packages.back() += std::string(3000, '\0');
     ASSERT_TRUE(write_installer("extra", chunks_of(packages[0]) + SEPARATOR + chunks_of_all()));
