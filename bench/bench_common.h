@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "installer/engine/database.h"
+
 namespace bench {
 
 struct RUN {
@@ -165,6 +167,21 @@ inline std::string file_elements(const std::vector<std::string>& roots, TREE_SIZ
     return xml;
 }
 
+// The wizard's texts of a language, each its own name, so that the packer has nothing to warn
+// about (the benchmarks measure, they do not show a wizard).
+inline std::string wizard_texts()
+{
+    std::string xml;
+    for (INT_S32 key = 0; key < LANGUAGE_KEY_COUNT; ++key) {
+        if (key == static_cast<INT_S32>(LANGUAGE_KEY::LANGUAGE_TITLE) || key == static_cast<INT_S32>(LANGUAGE_KEY::PACK_DATA_TITLE)
+            || key == static_cast<INT_S32>(LANGUAGE_KEY::PACK_LOG_TITLE))
+            continue;
+        std::string name = language_key_name(key);
+        xml += "\t\t<" + name + " string=\"" + name + "\"/>\n";
+    }
+    return xml;
+}
+
 // A whole configuration: one install type "main" holding `files`, a log in the install folder,
 // one language, and `extra` inside <INSTALLER>.
 inline std::string installer_xml(const std::string& files, const std::string& cache = "1048576",
@@ -175,8 +192,23 @@ inline std::string installer_xml(const std::string& files, const std::string& ca
           "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"bench\"/>\n"
           "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
         + extra + "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/bench\">\n" + files
-        + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n\t</LANGUAGE>\n"
+        + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n" + wizard_texts()
+        + "\t</LANGUAGE>\n"
           "</INSTALLER>\n";
+}
+
+// A whole file, or "" when it cannot be read.
+inline std::string read_text(const std::string& path)
+{
+    std::string text;
+    FILE* in = fopen(path.c_str(), "rb");
+    if (!in)
+        return text;
+    char buffer[65536];
+    for (size_t got; (got = fread(buffer, 1, sizeof buffer, in)) > 0;)
+        text.append(buffer, got);
+    fclose(in);
+    return text;
 }
 
 inline bool write_text(const std::string& path, const std::string& text)

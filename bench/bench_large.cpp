@@ -1,8 +1,9 @@
 // The nightly-size run: an installer over 4 GiB. A payload of 6 GiB (two files of noise, which
 // no compression shrinks, and a sparse file) is packed, the finished installer checked to pass
-// 4 GiB, installed unattended and every installed file compared with its source. It reports the
-// times, the installer's size, its packages and the install's peak memory and temporary space.
-// Not part of ./test.sh: it needs some 17 GB of disk and minutes.
+// 4 GiB, installed unattended and every installed file compared with its source, and "packer
+// info" must list every package. It reports the times, the installer's size, its packages and
+// the install's peak memory and temporary space. Not part of ./test.sh: it needs some 23 GB of
+// disk (the packages that "packer info" unpacks among them) and minutes.
 //
 //   bench_large [GiB]      (the payload's size; default 6)
 
@@ -107,8 +108,16 @@ int main(int argc, char** argv)
             printf("  %s: %s\n", name, same ? "installed whole" : "DIFFERENT OR MISSING");
             ok = ok && same;
         }
+        // The publisher's look inside: every package listed, the database read from the main one.
+        bench::RUN info = bench::run({ ORLU_BUILD_DIR "/packer", "info", work + "/setup" }, work + "/info.txt");
+        std::string listing = bench::read_text(work + "/info.txt");
+        bool listed = info.ok && listing.find("Package installer.pkg.1,") != std::string::npos
+            && listing.find("Package installer.pkg,") != std::string::npos && listing.find("\nDatabase\n") != std::string::npos;
+        printf("packer info: %.1f s, status %d, %s\n", info.seconds, info.status,
+            listed ? "every package and the database listed" : "PACKAGES OR DATABASE MISSING");
+        ok = ok && listed;
     }
-    printf("%s\n", ok ? "PASSED: an installer over 4 GiB packs, checks and installs" : "FAILED");
+    printf("%s\n", ok ? "PASSED: an installer over 4 GiB packs, checks, installs and is listed" : "FAILED");
     if (getenv("BENCH_KEEP"))
         printf("kept in %s\n", work.c_str());
     else

@@ -2,7 +2,7 @@
 # Builds and runs every benchmark under bench/. Each prints its figures as ratios against a
 # reference measured in the same run.
 #   scripts/run-benchmarks.sh [name ...]     (names without "bench_"; default: all but the
-#                                             nightly-size "large", which needs some 17 GB of disk)
+#                                             nightly-size "large", which needs some 23 GB of disk)
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 "$top/scripts/build.sh" normal >/dev/null
