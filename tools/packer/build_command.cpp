@@ -426,7 +426,8 @@ private:
     void add(VOLUME* volume, size_t index, INT_U64 size)
     {
         const PACK_MEMBER& member = m_plan.members[index];
-        volume->members.push_back(IMAGE_MEMBER { member.member, member.path, size });
+        // The path stays in the plan: open_member finds it there by the source index.
+        volume->members.push_back(IMAGE_MEMBER { member.member, std::string(), size });
         volume->sources.push_back(static_cast<INT_S64>(index));
     }
 
@@ -457,9 +458,11 @@ private:
                     return nullptr;
             }
         }
+        INT_S64 source = volume.sources[index];
+        const std::string& path = source < 0 ? member.path : self->m_plan.members[static_cast<size_t>(source)].path;
         FOLDER folder;
         std::string name;
-        if (!split_path(member.path, &folder, &name))
+        if (!split_path(path, &folder, &name))
             return nullptr;
         return folder.open_stream(name.c_str(), "rb");
     }

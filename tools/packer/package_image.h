@@ -24,7 +24,7 @@
 
 struct IMAGE_MEMBER {
     std::string name; // in the package
-    std::string path; // the file, absolute
+    std::string path; // the file, absolute; may stay empty when an IMAGE_OPEN_MEMBER opens it
     INT_U64 size { 0 };
 };
 
