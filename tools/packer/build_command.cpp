@@ -15,6 +15,7 @@
 // [SECTION] The finished file
 // [SECTION] The command
 
+#include <malloc.h>
 #include <zlib.h>
 
 #include <cerrno>
@@ -879,6 +880,9 @@ int run_build_command(int argc, char** argv)
     if (!database)
         return packer_error("out of memory");
     bool read = read_installer_config(options.config, target, database, &plan, &errors);
+    // The configuration's tree is gone: its many small blocks go back to the system rather than
+    // stay mapped beside the buffers of the packing, which are allocated next.
+    (void)malloc_trim(0);
     // One client is used: --client, else the configuration's for the platform. Only that one
     // must exist, and its absence is one message that names the file.
     if (read && options.client) {
