@@ -39,6 +39,14 @@ protected:
         return pages_.back();
     }
 
+    // A new page, set and entered at once.
+    TEST_PAGE& entered(const std::string& name, bool store, INT_U32 id, INT_S32 area = 0)
+    {
+        TEST_PAGE& page = new_page(name);
+        enter(page, store, id, area);
+        return page;
+    }
+
     std::deque<TEST_PAGE> pages_;
 };
 
@@ -94,10 +102,8 @@ TEST_F(PAGE_MANAGER, a_newer_pending_page_drops_the_older_one_through_its_free_d
 
 TEST_F(PAGE_MANAGER, a_new_page_replaces_the_old_pages_objects)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    enter(a, true, 1);
-    enter(b, true, 2);
+    TEST_PAGE& a = entered("a", true, 1);
+    entered("b", true, 2);
     EXPECT_EQ(a.leaves, 1);
     EXPECT_EQ(log_count("delete:a0"), 1);
     ASSERT_EQ(area0()->child_count(), 1);
@@ -111,8 +117,7 @@ TEST_F(PAGE_MANAGER, the_21st_stored_page_drops_the_oldest_and_current_stays_19)
 {
     TEST_PAGE* pages[21];
     for (INT_S32 i = 0; i < 21; ++i) {
-        pages[i] = &new_page("p" + std::to_string(i));
-        enter(*pages[i], true, static_cast<INT_U32>(100 + i));
+        pages[i] = &entered("p" + std::to_string(i), true, static_cast<INT_U32>(100 + i));
     }
     EXPECT_EQ(area0()->count, 20);
     EXPECT_EQ(area0()->current, 19);
@@ -124,12 +129,9 @@ TEST_F(PAGE_MANAGER, the_21st_stored_page_drops_the_oldest_and_current_stays_19)
 
 TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    TEST_PAGE& c = new_page("c");
-    enter(a, true, 1);
-    enter(b, false, 2);
-    enter(c, true, 3);
+    entered("a", true, 1);
+    TEST_PAGE& b = entered("b", false, 2);
+    entered("c", true, 3);
     EXPECT_EQ(area0()->count, 2);
     EXPECT_EQ(area0()->history[0].id, 1u);
     EXPECT_EQ(area0()->history[1].id, 3u);
@@ -138,10 +140,8 @@ TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one)
 
 TEST_F(PAGE_MANAGER, an_unstored_page_does_not_remain_when_one_goes_back)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    enter(a, true, 1);
-    enter(b, false, 2);
+    TEST_PAGE& a = entered("a", true, 1);
+    TEST_PAGE& b = entered("b", false, 2);
     ASSERT_TRUE(manager->can_go_back(0));
     manager->back(0);
     manager->process_all(0);
@@ -166,12 +166,9 @@ TEST_F(PAGE_MANAGER, setting_the_same_page_again_rebuilds_it_without_a_second_en
 
 TEST_F(PAGE_MANAGER, back_and_forward_skip_entries_of_the_same_id)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b1 = new_page("b1");
-    TEST_PAGE& b2 = new_page("b2");
-    enter(a, true, 1);
-    enter(b1, true, 2);
-    enter(b2, true, 2);
+    entered("a", true, 1);
+    entered("b1", true, 2);
+    entered("b2", true, 2);
     ASSERT_EQ(area0()->count, 3);
     manager->back(0);
     EXPECT_EQ(area0()->pending_index, 0) << "the entry of id 2 before is skipped";
@@ -184,10 +181,8 @@ TEST_F(PAGE_MANAGER, back_and_forward_skip_entries_of_the_same_id)
 
 TEST_F(PAGE_MANAGER, back_over_entries_of_one_id_only_does_nothing)
 {
-    TEST_PAGE& a1 = new_page("a1");
-    TEST_PAGE& a2 = new_page("a2");
-    enter(a1, true, 7);
-    enter(a2, true, 7);
+    entered("a1", true, 7);
+    entered("a2", true, 7);
     EXPECT_FALSE(manager->can_go_back(0));
     manager->back(0);
     EXPECT_EQ(area0()->pending_index, -1);
@@ -195,8 +190,7 @@ TEST_F(PAGE_MANAGER, back_over_entries_of_one_id_only_does_nothing)
 
 TEST_F(PAGE_MANAGER, going_to_the_current_index_refreshes_the_page)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     manager->set_page_index(0, 0);
     EXPECT_EQ(area0()->pending_index, -1);
     EXPECT_TRUE(area0()->refresh_pending);
@@ -209,12 +203,9 @@ TEST_F(PAGE_MANAGER, going_to_the_current_index_refreshes_the_page)
 
 TEST_F(PAGE_MANAGER, clear_history_keeps_the_current_entry_unstored_at_index_0)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    TEST_PAGE& c = new_page("c");
-    enter(a, true, 1);
-    enter(b, true, 2);
-    enter(c, true, 3);
+    TEST_PAGE& a = entered("a", true, 1);
+    TEST_PAGE& b = entered("b", true, 2);
+    TEST_PAGE& c = entered("c", true, 3);
     manager->back(0);
     manager->process_all(0);
     ASSERT_EQ(area0()->current, 1);
@@ -230,12 +221,9 @@ TEST_F(PAGE_MANAGER, clear_history_keeps_the_current_entry_unstored_at_index_0)
 
 TEST_F(PAGE_MANAGER, remove_history_closes_the_gap_and_only_unstores_the_current_entry)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    TEST_PAGE& c = new_page("c");
-    enter(a, true, 1);
-    enter(b, true, 2);
-    enter(c, true, 3);
+    TEST_PAGE& a = entered("a", true, 1);
+    TEST_PAGE& b = entered("b", true, 2);
+    TEST_PAGE& c = entered("c", true, 3);
     manager->remove_history(0, 0);
     EXPECT_EQ(area0()->count, 2);
     EXPECT_EQ(area0()->current, 1);
@@ -252,10 +240,8 @@ TEST_F(PAGE_MANAGER, remove_history_closes_the_gap_and_only_unstores_the_current
 
 TEST_F(PAGE_MANAGER, a_reset_area_forgets_its_pages)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    enter(a, true, 1);
-    enter(b, true, 2);
+    TEST_PAGE& a = entered("a", true, 1);
+    TEST_PAGE& b = entered("b", true, 2);
     manager->request_reset(0);
     manager->process_all(0);
     EXPECT_EQ(area0()->count, 1);
@@ -271,12 +257,9 @@ TEST_F(PAGE_MANAGER, the_history_dump_lists_entries_from_last_to_first)
     WM_PAGE_TOOL_MANAGER tool;
     tool.add_area("Main", 0, 0, 320, 240);
     tool.add_page(0, 2, "Licence", -1);
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    TEST_PAGE& c = new_page("c");
-    enter(a, true, 1);
-    enter(b, true, 2);
-    enter(c, false, 0xAB);
+    entered("a", true, 1);
+    entered("b", true, 2);
+    entered("c", false, 0xAB);
     char text[1024];
     manager->history_text(0, &tool, text, sizeof text);
     EXPECT_STREQ(text, "Current Page History\n--------------------\n\n"
@@ -291,8 +274,7 @@ TEST_F(PAGE_MANAGER, the_history_dump_lists_entries_from_last_to_first)
 
 TEST_F(PAGE_MANAGER, close_all_leaves_every_page_and_lets_the_overlays_and_backgrounds_go)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     area0()->add_overlay(new PROBE("ov", 10, 10, 10, 10), false);
     manager->background[0].set_size(320, 240);
     manager->close_all();
@@ -309,8 +291,7 @@ TEST_F(PAGE_MANAGER, close_all_leaves_every_page_and_lets_the_overlays_and_backg
 
 TEST_F(PAGE_MANAGER, a_quiet_frame_answers_0_and_a_quit_answers_minus_1)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     EXPECT_EQ(frame(), 0);
     a.made[0]->update_code = WM_ACTION_QUIT;
     EXPECT_EQ(frame(), WM_ACTION_QUIT);
@@ -318,8 +299,7 @@ TEST_F(PAGE_MANAGER, a_quiet_frame_answers_0_and_a_quit_answers_minus_1)
 
 TEST_F(PAGE_MANAGER, code_2_at_the_frame_is_returned_as_it_stands)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     a.made[0]->update_code = WM_ACTION_CLOSE_DIALOG;
     EXPECT_EQ(frame(), WM_ACTION_CLOSE_DIALOG);
     EXPECT_EQ(a.builds, 1);
@@ -327,8 +307,7 @@ TEST_F(PAGE_MANAGER, code_2_at_the_frame_is_returned_as_it_stands)
 
 TEST_F(PAGE_MANAGER, code_4_from_an_overlay_closes_it_and_the_frame_answers_0)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    entered("a", true, 1);
     PROBE* overlay = new PROBE("ov", 100, 100, 50, 50);
     overlay->update_code = WM_ACTION_CLOSE_OVERLAY;
     area0()->add_overlay(overlay, false);
@@ -339,8 +318,7 @@ TEST_F(PAGE_MANAGER, code_4_from_an_overlay_closes_it_and_the_frame_answers_0)
 
 TEST_F(PAGE_MANAGER, code_7_rebuilds_the_page_and_the_overlays_go)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     area0()->add_overlay(new PROBE("ov", 100, 100, 50, 50), false);
     // A page object cannot be reached under an open overlay: the code comes from the overlay.
     static_cast<PROBE*>(list_object(wm_toolkit.overlay_list.tail()))->update_code = WM_ACTION_REBUILD_AREA_CLEAR;
@@ -354,8 +332,7 @@ TEST_F(PAGE_MANAGER, code_7_rebuilds_the_page_and_the_overlays_go)
 
 TEST_F(PAGE_MANAGER, code_5_rebuilds_the_page_and_keeps_the_overlays)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     a.made[0]->update_code = WM_ACTION_REBUILD_AREA;
     PROBE kept("kept", 200, 200, 10, 10);
     kept.not_owned = 1;
@@ -370,8 +347,7 @@ TEST_F(PAGE_MANAGER, code_5_rebuilds_the_page_and_keeps_the_overlays)
 
 TEST_F(PAGE_MANAGER, code_9_clears_the_overlays_only)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     PROBE* overlay = new PROBE("ov", 100, 100, 50, 50);
     overlay->update_code = WM_ACTION_CLEAR_OVERLAYS;
     area0()->add_overlay(overlay, false);
@@ -382,8 +358,7 @@ TEST_F(PAGE_MANAGER, code_9_clears_the_overlays_only)
 
 TEST_F(PAGE_MANAGER, code_3_closes_every_dialog_overlay_through_the_dialog_closer)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    entered("a", true, 1);
     static INT_S32 closed = 0;
     closed = 0;
     manager->dialog_closer = [](WM_SCREEN_OBJECT* dialog, bool destroy) {
@@ -415,8 +390,7 @@ TEST_F(PAGE_MANAGER, code_3_closes_every_dialog_overlay_through_the_dialog_close
 
 TEST_F(PAGE_MANAGER, codes_33_to_36_rebuild_with_their_overlay_rules)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     struct CASE {
         INT_S32 code;
         bool overlays_survive;
@@ -444,8 +418,7 @@ TEST_F(PAGE_MANAGER, codes_6_and_8_rebuild_every_visible_area)
     manager->transition_time = 0;
     TEST_PAGE* pages[3];
     for (INT_S32 i = 0; i < 3; ++i) {
-        pages[i] = &new_page("p" + std::to_string(i));
-        enter(*pages[i], true, 1, i);
+        pages[i] = &entered("p" + std::to_string(i), true, 1, i);
     }
     manager->areas[2]->hide(false, false);
     pages[1]->made[0]->update_code = WM_ACTION_REBUILD_ALL;
@@ -457,9 +430,8 @@ TEST_F(PAGE_MANAGER, codes_6_and_8_rebuild_every_visible_area)
 
 TEST_F(PAGE_MANAGER, a_page_code_from_a_widget_enters_the_pending_page)
 {
-    TEST_PAGE& a = new_page("a");
     TEST_PAGE& b = new_page("b");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     set_test_page(manager, 0, b, true, 2);
     a.made[0]->update_code = WM_ACTION_PAGE;
     EXPECT_EQ(frame(), WM_ACTION_PAGE) << "a page code stays the frame's result";
@@ -475,10 +447,8 @@ TEST_F(PAGE_MANAGER, with_an_overlay_open_the_pages_behind_get_no_input_or_ticks
     manager = nullptr;
     make_manager(2);
     manager->transition_time = 0;
-    TEST_PAGE& lower = new_page("lower");
-    TEST_PAGE& upper = new_page("upper");
-    enter(lower, true, 1, 0);
-    enter(upper, true, 1, 1);
+    entered("lower", true, 1, 0);
+    TEST_PAGE& upper = entered("upper", true, 1, 1);
     frame();
     EXPECT_EQ(upper.ticks, 1);
     EXPECT_EQ(log_count("update:upper0"), 1);
@@ -498,8 +468,7 @@ TEST_F(PAGE_MANAGER, with_an_overlay_open_the_pages_behind_get_no_input_or_ticks
 
 TEST_F(PAGE_MANAGER, a_quit_from_inside_an_overlay_ends_the_frame_after_the_repaint)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    entered("a", true, 1);
     frame();
     PROBE* overlay = new PROBE("ov", 100, 100, 50, 50, COLOUR::from_argb(0xFFFF0000u));
     overlay->update_code = WM_ACTION_QUIT;
@@ -514,8 +483,7 @@ TEST_F(PAGE_MANAGER, a_quit_from_inside_an_overlay_ends_the_frame_after_the_repa
 
 TEST_F(PAGE_MANAGER, a_tick_code_is_acted_on_and_ticks_follow_the_period)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     manager->tick_period = 100;
     headless_set_time(1000);
     frame();
@@ -534,8 +502,7 @@ TEST_F(PAGE_MANAGER, a_tick_code_is_acted_on_and_ticks_follow_the_period)
 
 TEST_F(PAGE_MANAGER, the_simulated_pointer_stands_in_for_the_frame_and_the_real_one_comes_back)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     static INT_S16 seen_x = 0;
     static INT_U32 seen_buttons = 0;
     a.made[0]->left_callback = nullptr;
@@ -564,8 +531,7 @@ TEST_F(PAGE_MANAGER, object_at_prefers_an_object_to_an_area)
     manager = nullptr;
     make_manager(2);
     manager->transition_time = 0;
-    TEST_PAGE& lower = new_page("lower");
-    enter(lower, true, 1, 0);
+    TEST_PAGE& lower = entered("lower", true, 1, 0);
     // Area 1 covers the screen too, but holds nothing at that point.
     EXPECT_EQ(manager->object_at(15, 15), lower.made[0]);
     EXPECT_EQ(manager->object_at(300, 200), manager->areas[1]) << "the last area first";
@@ -573,10 +539,8 @@ TEST_F(PAGE_MANAGER, object_at_prefers_an_object_to_an_area)
 
 TEST_F(PAGE_MANAGER, a_display_resize_rebuilds_every_page_and_keeps_the_histories)
 {
-    TEST_PAGE& a = new_page("a");
-    TEST_PAGE& b = new_page("b");
-    enter(a, true, 1);
-    enter(b, true, 2);
+    entered("a", true, 1);
+    TEST_PAGE& b = entered("b", true, 2);
     frame();
     WINDOW_REQUEST bigger;
     bigger.width = 400;
@@ -592,8 +556,7 @@ TEST_F(PAGE_MANAGER, a_display_resize_rebuilds_every_page_and_keeps_the_historie
 
 TEST_F(PAGE_MANAGER, a_widget_asks_for_a_pointer_shape)
 {
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
+    TEST_PAGE& a = entered("a", true, 1);
     manager->pointer_shapes_in_use = 1;
     static WM_PAGE_MANAGER* owner = nullptr;
     owner = manager;

@@ -40,7 +40,19 @@ WM_BUTTON* plain_button(LOG* log, INT_U8 trigger, const char* name = nullptr, co
         trigger, record, reinterpret_cast<PTR_INT_CAST>(log), reinterpret_cast<PTR_INT_CAST>(name));
 }
 
-class BUTTON_MACHINE : public WIDGET_SCREEN {};
+class BUTTON_MACHINE : public WIDGET_SCREEN {
+protected:
+    // Puts the button on the page and brings the pointer over it, one frame later.
+    WM_BUTTON* hovered(WM_BUTTON* button)
+    {
+        add(button);
+        move(150, 120);
+        frame();
+        return button;
+    }
+
+    LOG log;
+};
 
 } // namespace
 
@@ -48,11 +60,7 @@ class BUTTON_MACHINE : public WIDGET_SCREEN {};
 
 TEST_F(BUTTON_MACHINE, idle_pointer_enters_hovered_and_leaves_idle)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
     EXPECT_EQ(button->was_over, 1);
     move(300, 300);
     frame();
@@ -62,11 +70,7 @@ TEST_F(BUTTON_MACHINE, idle_pointer_enters_hovered_and_leaves_idle)
 
 TEST_F(BUTTON_MACHINE, hovered_primary_down_sends_press_and_looks_down)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_PRESS);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_PRESS));
     press();
     EXPECT_EQ(frame(), WM_ACTION_KEEP_FOCUS);
     ASSERT_EQ(log.events.size(), 1u);
@@ -81,11 +85,7 @@ TEST_F(BUTTON_MACHINE, hovered_primary_down_sends_press_and_looks_down)
 
 TEST_F(BUTTON_MACHINE, pressed_primary_up_on_it_sends_one_release)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
     press();
     frame();
     EXPECT_TRUE(log.events.empty());
@@ -100,11 +100,7 @@ TEST_F(BUTTON_MACHINE, pressed_primary_up_on_it_sends_one_release)
 
 TEST_F(BUTTON_MACHINE, pressed_pointer_leaves_then_primary_up_off_it_sends_nothing_and_the_face_comes_up)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
     press();
     frame();
     move(300, 300);
@@ -121,11 +117,7 @@ TEST_F(BUTTON_MACHINE, pressed_pointer_leaves_then_primary_up_off_it_sends_nothi
 
 TEST_F(BUTTON_MACHINE, pressed_off_primary_up_sends_outside_only_with_trigger_8)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE | TRIGGER_OUTSIDE);
-    add(button);
-    move(150, 120);
-    frame();
+    hovered(plain_button(&log, TRIGGER_RELEASE | TRIGGER_OUTSIDE));
     press();
     frame();
     move(300, 300);
@@ -138,11 +130,7 @@ TEST_F(BUTTON_MACHINE, pressed_off_primary_up_sends_outside_only_with_trigger_8)
 
 TEST_F(BUTTON_MACHINE, pressed_off_pointer_comes_back_and_release_on_it_sends_release)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
     press();
     frame();
     move(300, 300);
@@ -158,7 +146,6 @@ TEST_F(BUTTON_MACHINE, pressed_off_pointer_comes_back_and_release_on_it_sends_re
 
 TEST_F(BUTTON_MACHINE, idle_primary_down_begun_off_it_then_released_on_it_sends_nothing)
 {
-    LOG log;
     add(plain_button(&log, TRIGGER_PRESS | TRIGGER_RELEASE));
     move(300, 300);
     press();
@@ -172,10 +159,7 @@ TEST_F(BUTTON_MACHINE, idle_primary_down_begun_off_it_then_released_on_it_sends_
 
 TEST_F(BUTTON_MACHINE, pressed_wait_passes_repeats_after_300_then_every_30_ms_only_while_on_it)
 {
-    LOG log;
-    add(plain_button(&log, TRIGGER_REPEAT));
-    move(150, 120);
-    frame();
+    hovered(plain_button(&log, TRIGGER_REPEAT));
     press();
     frame();
     EXPECT_EQ(log.events.size(), 0u);
@@ -208,10 +192,7 @@ TEST_F(BUTTON_MACHINE, pressed_wait_passes_repeats_after_300_then_every_30_ms_on
 
 TEST_F(BUTTON_MACHINE, repeating_primary_up_sends_no_release)
 {
-    LOG log;
-    add(plain_button(&log, TRIGGER_RELEASE | TRIGGER_REPEAT));
-    move(150, 120);
-    frame();
+    hovered(plain_button(&log, TRIGGER_RELEASE | TRIGGER_REPEAT));
     press();
     frame();
     advance(300);
@@ -225,7 +206,6 @@ TEST_F(BUTTON_MACHINE, repeating_primary_up_sends_no_release)
 
 TEST_F(BUTTON_MACHINE, callback_answer_is_the_frame_code_and_silence_keeps_the_focus)
 {
-    LOG log;
     add(plain_button(&log, TRIGGER_RELEASE));
     log.answer = 77;
     EXPECT_EQ(click(150, 120), 77);
@@ -237,7 +217,6 @@ TEST_F(BUTTON_MACHINE, callback_answer_is_the_frame_code_and_silence_keeps_the_f
 
 TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_release_with_trigger_2)
 {
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     add(button);
     button->take_focus();
@@ -253,7 +232,6 @@ TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_release_with_trigge
 
 TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_press_with_trigger_1)
 {
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_PRESS);
     add(button);
     button->take_focus();
@@ -267,7 +245,6 @@ TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_press_with_trigger_
 
 TEST_F(BUTTON_MACHINE, return_on_an_unfocused_button_does_nothing)
 {
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE, "unfocused");
     WM_BUTTON* focused = new WM_BUTTON(300, 100, 399, 139, "Other", TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log),
@@ -283,7 +260,6 @@ TEST_F(BUTTON_MACHINE, return_on_an_unfocused_button_does_nothing)
 
 TEST_F(BUTTON_MACHINE, default_button_fires_on_return_whatever_has_the_focus)
 {
-    LOG log;
     WM_BUTTON* other = plain_button(&log, TRIGGER_RELEASE, "other");
     WM_BUTTON* fallback = new WM_BUTTON(300, 100, 399, 139, "OK", TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log),
@@ -299,7 +275,6 @@ TEST_F(BUTTON_MACHINE, default_button_fires_on_return_whatever_has_the_focus)
 
 TEST_F(BUTTON_MACHINE, shortcut_key_fires_whatever_has_the_focus)
 {
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_shortcut_key(KEY_ESCAPE);
     add(button);
@@ -312,12 +287,9 @@ TEST_F(BUTTON_MACHINE, shortcut_key_fires_whatever_has_the_focus)
 
 TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press_does_nothing)
 {
-    LOG log;
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Hover", TEXT, FACE, HELD, 2, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_PRESS, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
-    add(button);
-    move(150, 120);
-    frame();
+    hovered(button);
     ASSERT_EQ(log.events.size(), 1u);
     EXPECT_EQ(button->looks_down, 1);
     press();
@@ -335,12 +307,9 @@ TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press
 
 TEST_F(BUTTON_MACHINE, click_mode_1_face_follows_the_pointer)
 {
-    LOG log;
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Follow", TEXT, FACE, HELD, 1, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
-    add(button);
-    move(150, 120);
-    frame();
+    hovered(button);
     EXPECT_EQ(button->looks_down, 1);
     move(300, 300);
     frame();
@@ -352,11 +321,7 @@ TEST_F(BUTTON_MACHINE, click_mode_1_face_follows_the_pointer)
 
 TEST_F(BUTTON_MACHINE, disabling_a_held_button_drops_its_pressed_state_and_it_fires_nothing)
 {
-    LOG log;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_PRESS | TRIGGER_RELEASE);
-    add(button);
-    move(150, 120);
-    frame();
+    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_PRESS | TRIGGER_RELEASE));
     press();
     frame();
     ASSERT_EQ(log.events.size(), 1u);
@@ -376,7 +341,6 @@ TEST_F(BUTTON_MACHINE, disabling_a_held_button_drops_its_pressed_state_and_it_fi
 
 TEST_F(BUTTON_MACHINE, disabled_button_ignores_clicks_and_keys_and_takes_no_focus)
 {
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_enabled(false);
     add(button);
@@ -409,13 +373,10 @@ INT_S32 record_drag(WM_BUTTON*, WM_SCREEN_OBJECT* target, INT_S16, INT_S16, INT_
 
 TEST_F(BUTTON_MACHINE, armed_all_buttons_up_where_it_began_sends_click_event_2_and_no_click)
 {
-    LOG log;
     DRAG_LOG drags;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
-    add(button);
-    move(150, 120);
-    frame();
+    hovered(button);
     press();
     frame();
     release();
@@ -429,7 +390,6 @@ TEST_F(BUTTON_MACHINE, armed_all_buttons_up_where_it_began_sends_click_event_2_a
 
 TEST_F(BUTTON_MACHINE, armed_pointer_moves_starts_the_drag_then_a_drop_on_another_object_sends_4)
 {
-    LOG log;
     DRAG_LOG drags;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
@@ -462,12 +422,9 @@ TEST_F(BUTTON_MACHINE, armed_pointer_moves_starts_the_drag_then_a_drop_on_anothe
 TEST_F(BUTTON_MACHINE, dragging_dropped_back_on_itself_sends_8)
 {
     DRAG_LOG drags;
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
-    add(button);
-    move(150, 120);
-    frame();
+    hovered(button);
     press();
     frame();
     move(300, 300);
@@ -483,7 +440,6 @@ TEST_F(BUTTON_MACHINE, dragging_dropped_back_on_itself_sends_8)
 TEST_F(BUTTON_MACHINE, dragged_picture_is_painted_under_the_pointer)
 {
     DRAG_LOG drags;
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
     add(button);
@@ -551,7 +507,6 @@ TEST_F(BUTTON_MACHINE, a_title_three_times_too_long_never_paints_outside_the_but
 
 TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button)
 {
-    LOG log;
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, nullptr, "Hover", nullptr, record,
         reinterpret_cast<PTR_INT_CAST>(&log), 0, TRIGGER_RELEASE);
     button->over_colour = COLOUR_RED;
@@ -583,7 +538,6 @@ TEST_F(BUTTON_MACHINE, flashing_button_follows_the_flash_phase)
 
 TEST_F(BUTTON_MACHINE, pointer_shape_is_a_hand_over_and_held_when_pressed)
 {
-    LOG log;
     add(plain_button(&log, TRIGGER_RELEASE));
     manager->pointer_shapes_in_use = 1;
     move(150, 120);
@@ -618,7 +572,6 @@ TEST_F(BUTTON_MACHINE, a_button_with_faces_reacts_only_on_their_solid_pixels_unl
     ASSERT_TRUE(face.save_png(out));
     FOLDER::close_data_file(&out);
 
-    LOG log;
     WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
     button->set_size(40, 40, false);
     ASSERT_TRUE(button->set_images(temp.path().c_str(), "half", nullptr));

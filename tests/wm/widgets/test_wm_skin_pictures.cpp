@@ -40,6 +40,14 @@ CHANGE compare_in(const IMAGE& before, const IMAGE& after, INT_S32 origin_x, INT
     return change;
 }
 
+constexpr INT_S32 X = 20;
+constexpr INT_S32 Y = 20;
+
+// What one kind of widget occupies from (X, Y), and how many frames it needs to settle.
+struct AREA {
+    INT_S32 width, height, settle;
+};
+
 class SKIN_PICTURES : public WIDGET_SCREEN {
 protected:
     // Everything on the page goes, and the page is painted anew.
@@ -49,10 +57,32 @@ protected:
         page->mark_all_dirty();
         frame();
     }
-};
 
-constexpr INT_S32 X = 20;
-constexpr INT_S32 Y = 20;
+    // `draw` with `style`, let the page settle, and grab the area.
+    template <typename DRAW> void picture(DRAW draw, WM_STYLE_SET* style, AREA area, IMAGE* out)
+    {
+        draw(style);
+        frames(area.settle);
+        grab(out, X, Y, area.width, area.height);
+    }
+
+    // The area drawn with the sample style, then (on a cleared page) with a copy of the sample
+    // that `change` altered in one key. False when the copy cannot be made.
+    template <typename DRAW, typename CHANGE_STYLE>
+    [[nodiscard]] bool before_and_after(
+        WM_STYLE_SET* sample, DRAW draw, CHANGE_STYLE change, AREA area, IMAGE* before, IMAGE* after)
+    {
+        picture(draw, sample, area, before);
+        clear_page();
+        if (!changed.assign(*sample))
+            return false;
+        change(changed);
+        picture(draw, &changed, area, after);
+        return true;
+    }
+
+    WM_STYLE_SET changed;
+};
 
 } // namespace
 
@@ -60,8 +90,10 @@ constexpr INT_S32 Y = 20;
 
 namespace {
 
+constexpr AREA BUTTONS { 380, 36, 2 };
+
 // Three buttons of the style: resting, pointed at, disabled.
-void draw_buttons(WIDGET_SCREEN* screen, WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
+void draw_buttons(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 {
     WM_BUTTON* resting = new WM_BUTTON(X, Y, X + 119, Y + 35, style, "Install", nullptr, nullptr, 0, 0, TRIGGER_RELEASE);
     WM_BUTTON* over = new WM_BUTTON(X + 130, Y, X + 249, Y + 35, style, "Next", nullptr, nullptr, 0, 0, TRIGGER_RELEASE);
@@ -72,39 +104,32 @@ void draw_buttons(WIDGET_SCREEN* screen, WM_STYLE_SET* style, WM_SCREEN_OBJECT* 
     page->add_child(resting, false);
     page->add_child(over, false);
     page->add_child(disabled, false);
-    (void)screen;
 }
 
 } // namespace
 
 TEST_F(SKIN_PICTURES, sample_button_style_matches_its_reference)
 {
-    draw_buttons(this, sample_style("button/button.ss"), page);
-    move(X + 190, Y + 18);
-    frames(2);
-    IMAGE picture;
-    grab(&picture, X, Y, 380, 36);
-    compare_with_reference(picture, "skin_buttons.png");
+    IMAGE image;
+    picture([&](WM_STYLE_SET* style) {
+        draw_buttons(style, page);
+        move(X + 190, Y + 18);
+    }, sample_style("button/button.ss"), BUTTONS, &image);
+    compare_with_reference(image, "skin_buttons.png");
 }
 
 TEST_F(SKIN_PICTURES, button_mouse_over_text_colour_changes_only_the_text_of_the_button_pointed_at)
 {
-    WM_STYLE_SET* sample = sample_style("button/button.ss");
-    draw_buttons(this, sample, page);
-    move(X + 190, Y + 18);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 380, 36);
-
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.mouse_over_text_colour = COLOUR::from_argb(0xFFFF0000u);
-    draw_buttons(this, &changed, page);
-    move(X + 191, Y + 18);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 380, 36);
+    // The pointer moves by a pixel for the second drawing, so that the new button hears of it.
+    INT_S32 nudge = 0;
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("button/button.ss"),
+        [&](WM_STYLE_SET* style) {
+            draw_buttons(style, page);
+            move(X + 190 + nudge++, Y + 18);
+        },
+        [](WM_STYLE_SET& style) { style.mouse_over_text_colour = COLOUR::from_argb(0xFFFF0000u); }, BUTTONS, &before,
+        &after));
     // Only inside the second button, inside its gaps, where its text is.
     CHANGE change = compare_in(before, after, X, Y, REGION { X + 130 + 4, Y + 4, X + 249 - 4, Y + 35 - 4 });
     EXPECT_GT(change.inside, 30);
@@ -113,20 +138,11 @@ TEST_F(SKIN_PICTURES, button_mouse_over_text_colour_changes_only_the_text_of_the
 
 TEST_F(SKIN_PICTURES, button_disabled_text_colour_changes_only_the_disabled_text)
 {
-    WM_STYLE_SET* sample = sample_style("button/button.ss");
-    draw_buttons(this, sample, page);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 380, 36);
-
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.disabled_text_colour = COLOUR::from_argb(0xFF00FF00u);
-    draw_buttons(this, &changed, page);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 380, 36);
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("button/button.ss"),
+        [&](WM_STYLE_SET* style) { draw_buttons(style, page); },
+        [](WM_STYLE_SET& style) { style.disabled_text_colour = COLOUR::from_argb(0xFF00FF00u); }, BUTTONS, &before,
+        &after));
     CHANGE change = compare_in(before, after, X, Y, REGION { X + 260 + 4, Y + 4, X + 379 - 4, Y + 35 - 4 });
     EXPECT_GT(change.inside, 30);
     EXPECT_EQ(change.outside, 0);
@@ -135,6 +151,8 @@ TEST_F(SKIN_PICTURES, button_disabled_text_colour_changes_only_the_disabled_text
 // --- Check boxes ------------------------------------------------------------------------------------------
 
 namespace {
+
+constexpr AREA CHECK_BOXES { 240, 54, 2 };
 
 // Check boxes stand on a dialog's light face in the installer; so they do here.
 void draw_check_boxes(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
@@ -149,53 +167,34 @@ void draw_check_boxes(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 TEST_F(SKIN_PICTURES, sample_check_box_style_matches_its_reference)
 {
-    draw_check_boxes(sample_style("check_box/check_box.ss"), page);
-    frames(2);
-    IMAGE picture;
-    grab(&picture, X, Y, 240, 54);
-    compare_with_reference(picture, "skin_check_boxes.png");
+    IMAGE image;
+    picture([&](WM_STYLE_SET* style) { draw_check_boxes(style, page); }, sample_style("check_box/check_box.ss"),
+        CHECK_BOXES, &image);
+    compare_with_reference(image, "skin_check_boxes.png");
 }
 
 TEST_F(SKIN_PICTURES, check_box_fg_colour_changes_the_marks_and_labels_only)
 {
-    WM_STYLE_SET* sample = sample_style("check_box/check_box.ss");
-    draw_check_boxes(sample, page);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 240, 54);
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.fg_colour = COLOUR::from_argb(0xFFFF00FFu);
-    draw_check_boxes(&changed, page);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 240, 54);
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("check_box/check_box.ss"),
+        [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); },
+        [](WM_STYLE_SET& style) { style.fg_colour = COLOUR::from_argb(0xFFFF00FFu); }, CHECK_BOXES, &before, &after));
     // Nothing of the boxes' frames or of the second, empty box changes; text does.
     CHANGE in_labels = compare_in(before, after, X, Y, REGION { X + 24, Y, X + 239, Y + 53 });
     EXPECT_GT(in_labels.inside, 50);
     CHANGE in_first_box = compare_in(before, after, X, Y, REGION { X + 1 + 4, Y + 1 + 4, X + 22 - 4, Y + 22 - 4 });
     EXPECT_GT(in_first_box.inside, 5); // its "X"
-    CHANGE everything = compare_in(before, after, X, Y,
-        REGION { X, Y, X + 239, Y + 53 });
+    CHANGE everything = compare_in(before, after, X, Y, REGION { X, Y, X + 239, Y + 53 });
     EXPECT_EQ(everything.inside, in_labels.inside + in_first_box.inside);
 }
 
 TEST_F(SKIN_PICTURES, check_box_active_colour_fills_the_checked_box_only)
 {
-    WM_STYLE_SET* sample = sample_style("check_box/check_box.ss");
-    draw_check_boxes(sample, page);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 240, 54);
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.active_colour = COLOUR::from_argb(0xFFC00000u);
-    draw_check_boxes(&changed, page);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 240, 54);
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("check_box/check_box.ss"),
+        [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); },
+        [](WM_STYLE_SET& style) { style.active_colour = COLOUR::from_argb(0xFFC00000u); }, CHECK_BOXES, &before,
+        &after));
     CHANGE change = compare_in(before, after, X, Y, REGION { X + 1, Y + 1, X + 22, Y + 22 });
     EXPECT_GT(change.inside, 100);
     EXPECT_EQ(change.outside, 0);
@@ -205,15 +204,16 @@ TEST_F(SKIN_PICTURES, check_box_active_colour_fills_the_checked_box_only)
 
 namespace {
 
-WM_DIALOG* draw_dialog(WIDGET_SCREEN* screen, WM_STYLE_SET* frame_style, WM_STYLE_SET* title_style,
-    WM_STYLE_SET* button_style, WM_SCREEN_OBJECT* page)
+constexpr AREA DIALOG { 300, 160, 3 };
+
+WM_DIALOG* draw_dialog(WM_STYLE_SET* frame_style, WM_STYLE_SET* title_style, WM_STYLE_SET* button_style,
+    WM_SCREEN_OBJECT* page)
 {
     WM_DIALOG_EFFECT none;
     none.flags = 0;
     WM_DIALOG* dialog = new WM_DIALOG(X, Y, 300, 160, "Sample Installer", frame_style, title_style, button_style, &none);
     dialog->add_child(new WM_BUTTON(160, 40, 259, 71, button_style, "Next", nullptr, nullptr, 0, 0, TRIGGER_RELEASE), true);
     page->add_overlay(dialog, false);
-    (void)screen;
     return dialog;
 }
 
@@ -221,36 +221,29 @@ WM_DIALOG* draw_dialog(WIDGET_SCREEN* screen, WM_STYLE_SET* frame_style, WM_STYL
 
 TEST_F(SKIN_PICTURES, sample_dialog_styles_match_their_reference)
 {
-    draw_dialog(this, sample_style("dialog/background.ss"), sample_style("dialog/title.ss"),
-        sample_style("button/button.ss"), page);
-    frames(3);
-    IMAGE picture;
-    grab(&picture, X, Y, 300, 160);
-    compare_with_reference(picture, "skin_dialog.png");
+    WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
+    WM_STYLE_SET* button_style = sample_style("button/button.ss");
+    IMAGE image;
+    picture([&](WM_STYLE_SET* style) { draw_dialog(style, title_style, button_style, page); },
+        sample_style("dialog/background.ss"), DIALOG, &image);
+    compare_with_reference(image, "skin_dialog.png");
 }
 
 TEST_F(SKIN_PICTURES, dialog_background_colour_changes_the_frame_and_not_the_title_or_buttons)
 {
-    WM_STYLE_SET* frame_style = sample_style("dialog/background.ss");
     WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
     WM_STYLE_SET* button_style = sample_style("button/button.ss");
-    WM_DIALOG* dialog = draw_dialog(this, frame_style, title_style, button_style, page);
-    frames(3);
+    WM_DIALOG* dialog = nullptr;
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("dialog/background.ss"),
+        [&](WM_STYLE_SET* style) { dialog = draw_dialog(style, title_style, button_style, page); },
+        [](WM_STYLE_SET& style) { style.bg_colour = COLOUR::from_argb(0xFF80FF80u); }, DIALOG, &before, &after));
+    // The title and the button lie where they did in the first dialog: only a colour changed.
     WM_SCRIPT* title = dialog->title_object;
     REGION title_inside { title->x + 4, title->y + 4, title->x + title->width - 5, title->y + title->height - 5 };
     WM_SCREEN_OBJECT* button = dialog->contents->get_child(0);
     ASSERT_NE(button, nullptr);
     REGION button_area { button->x, button->y, button->x + button->width - 1, button->y + button->height - 1 };
-    IMAGE before;
-    grab(&before, X, Y, 300, 160);
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*frame_style));
-    changed.bg_colour = COLOUR::from_argb(0xFF80FF80u);
-    draw_dialog(this, &changed, title_style, button_style, page);
-    frames(3);
-    IMAGE after;
-    grab(&after, X, Y, 300, 160);
     // The frame's face changes; inside the title and the button nothing does.
     CHANGE whole = compare_in(before, after, X, Y, REGION { X, Y, X + 299, Y + 159 });
     EXPECT_GT(whole.inside, 10000);
@@ -259,6 +252,8 @@ TEST_F(SKIN_PICTURES, dialog_background_colour_changes_the_frame_and_not_the_tit
 }
 
 namespace {
+
+constexpr AREA TITLE { 400, 50, 2 };
 
 void draw_title(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 {
@@ -269,34 +264,19 @@ void draw_title(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 TEST_F(SKIN_PICTURES, sample_title_style_matches_its_reference)
 {
-    draw_title(sample_style("title/title.ss"), page);
-    frames(2);
-    IMAGE picture;
-    grab(&picture, X, Y, 400, 50);
-    compare_with_reference(picture, "skin_title.png");
+    IMAGE image;
+    picture([&](WM_STYLE_SET* style) { draw_title(style, page); }, sample_style("title/title.ss"), TITLE, &image);
+    compare_with_reference(image, "skin_title.png");
 }
 
 TEST_F(SKIN_PICTURES, title_fg_colour_changes_the_letters_and_leaves_their_shadow)
 {
-    WM_STYLE_SET* sample = sample_style("title/title.ss");
-    draw_title(sample, page);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 400, 50);
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.fg_colour = COLOUR::from_argb(0xFFFFC000u);
-    draw_title(&changed, page);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 400, 50);
-    CHANGE change = compare_in(before, after, X, Y, REGION { X, Y, X + 399, Y + 49 });
-    INT_S32 letters = 0;
-    for (INT_S32 y = 0; y < before.height; ++y)
-        for (INT_S32 x = 0; x < before.width; ++x)
-            letters += before.at(x, y) != after.at(x, y);
-    EXPECT_GT(change.inside, 100);
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("title/title.ss"), [&](WM_STYLE_SET* style) { draw_title(style, page); },
+        [](WM_STYLE_SET& style) { style.fg_colour = COLOUR::from_argb(0xFFFFC000u); }, TITLE, &before, &after));
+    // The region is the whole picture: every changed pixel counts as inside.
+    INT_S32 letters = compare_in(before, after, X, Y, REGION { X, Y, X + 399, Y + 49 }).inside;
+    EXPECT_GT(letters, 100);
     // The shadow is black at alpha 50 whatever the text's colour: pixels that only the shadow
     // covers stay as they were, so not every pixel that differs from the page changed.
     INT_S32 not_page = 0;
@@ -310,6 +290,8 @@ TEST_F(SKIN_PICTURES, title_fg_colour_changes_the_letters_and_leaves_their_shado
 
 namespace {
 
+constexpr AREA BAR { 300, 20, 2 };
+
 void draw_bar(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 {
     WM_PROGRESS_BAR* bar = new WM_PROGRESS_BAR(X, Y, 300, 20, nullptr, 100, style);
@@ -321,28 +303,18 @@ void draw_bar(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 TEST_F(SKIN_PICTURES, sample_progress_bar_style_matches_its_reference)
 {
-    draw_bar(sample_style("progress_bar/progress_bar.ss"), page);
-    frames(2);
-    IMAGE picture;
-    grab(&picture, X, Y, 300, 20);
-    compare_with_reference(picture, "skin_progress_bar.png");
+    IMAGE image;
+    picture([&](WM_STYLE_SET* style) { draw_bar(style, page); }, sample_style("progress_bar/progress_bar.ss"), BAR,
+        &image);
+    compare_with_reference(image, "skin_progress_bar.png");
 }
 
 TEST_F(SKIN_PICTURES, progress_bar_fg_colour_changes_the_text_on_the_track_only)
 {
-    WM_STYLE_SET* sample = sample_style("progress_bar/progress_bar.ss");
-    draw_bar(sample, page);
-    frames(2);
-    IMAGE before;
-    grab(&before, X, Y, 300, 20);
-    clear_page();
-    WM_STYLE_SET changed;
-    ASSERT_TRUE(changed.assign(*sample));
-    changed.fg_colour = COLOUR::from_argb(0xFFFF0000u);
-    draw_bar(&changed, page);
-    frames(2);
-    IMAGE after;
-    grab(&after, X, Y, 300, 20);
+    IMAGE before, after;
+    ASSERT_TRUE(before_and_after(sample_style("progress_bar/progress_bar.ss"),
+        [&](WM_STYLE_SET* style) { draw_bar(style, page); },
+        [](WM_STYLE_SET& style) { style.fg_colour = COLOUR::from_argb(0xFFFF0000u); }, BAR, &before, &after));
     // The fill covers the first 40% of the track; the text colour of the track shows only beyond.
     INT_S32 fill_end = X + 2 + (300 - 4) * 40 / 100;
     CHANGE change = compare_in(before, after, X, Y, REGION { fill_end + 1, Y, X + 299, Y + 19 });
