@@ -111,23 +111,6 @@ std::string describe_difference(const std::map<std::string, std::string>& got, c
     return text;
 }
 
-// Waits up to `seconds` for the program to end; a program that does not is killed and counted
-// as hanging (status -1000).
-int end_within(RUNNING_PROGRAM& program, int seconds)
-{
-    for (int waited = 0; waited < seconds * 100; ++waited) {
-        if (!program.running())
-            return program.finish();
-        // Polling waits for output while there is any; once both outputs are closed it waits
-        // for the process itself.
-        if (!program.poll_output(10))
-            usleep(10000);
-    }
-    program.send(SIGKILL);
-    program.finish();
-    return -1000;
-}
-
 class INSTALL_FAULTS : public ::testing::Test {
 protected:
     void SetUp() override

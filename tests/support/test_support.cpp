@@ -270,3 +270,73 @@ int RUNNING_PROGRAM::finish()
     }
     return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1 - WTERMSIG(m_status);
 }
+
+int end_within(RUNNING_PROGRAM& program, int seconds)
+{
+    for (int waited = 0; waited < seconds * 100; ++waited) {
+        if (!program.running())
+            return program.finish();
+        // Polling waits for output while there is any; once both outputs are closed it waits
+        // for the process itself.
+        if (!program.poll_output(10))
+            usleep(10000);
+    }
+    program.send(SIGKILL);
+    program.finish();
+    return -1000;
+}
+
+std::string interleaved_bytes(size_t size, unsigned seed, unsigned noise_every, unsigned letter_run)
+{
+    std::string bytes(size, '\0');
+    unsigned state = seed * 2654435761u + 1;
+    for (size_t i = 0; i < size; ++i) {
+        state = state * 1103515245u + 12345u;
+        bytes[i] = (i & (noise_every - 1)) ? static_cast<char>('a' + (i / letter_run + seed) % 26)
+                                           : static_cast<char>(state >> 16);
+    }
+    return bytes;
+}
+
+std::string mixed_bytes(size_t size, unsigned seed, size_t shortest_stretch, size_t stretch_spread,
+    unsigned letter_run, unsigned letter_count)
+{
+    std::string bytes;
+    bytes.reserve(size);
+    unsigned state = seed * 2654435761u + 1;
+    auto next = [&state]() {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        return state;
+    };
+    while (bytes.size() < size) {
+        bool noise = next() % 3 == 0;
+        size_t stretch = shortest_stretch + next() % stretch_spread;
+        for (size_t i = 0; i < stretch && bytes.size() < size; ++i)
+            bytes += noise ? static_cast<char>(next()) : static_cast<char>('a' + (i / letter_run) % letter_count);
+    }
+    return bytes;
+}
+
+bool write_several_packages_source(const TEMP_FOLDER& folder,
+    const std::function<std::string(size_t, unsigned)>& bytes, std::vector<std::string>* contents)
+{
+    std::string files;
+    for (int i = 0; i < 8; ++i) {
+        std::string name = "part" + std::to_string(i) + ".bin";
+        contents->push_back(bytes(i % 2 ? 30000 : 120000, static_cast<unsigned>(i)));
+        if (!write_file(folder.file(name), contents->back()))
+            return false;
+        files += "\t\t<FILE src_name=\"" + name + "\" dest_path_from_inst_loc=\"$HERE/d" + std::to_string(i % 3)
+            + "\"/>\n";
+    }
+    std::string xml = "<INSTALLER file_cache_sz=\"65536\" default_language_name=\"en\">\n"
+                      "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"packages\"/>\n"
+                      "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
+                      "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/packages\">\n"
+        + files
+        + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n"
+          "\t\t<README path=\".\" filename=\"readme.txt\" lines=\"2\"/>\n\t</LANGUAGE>\n</INSTALLER>\n";
+    return write_file(folder.file("readme.txt"), "read me") && write_file(folder.file("installer.xml"), xml);
+}

@@ -73,6 +73,10 @@ private:
 // entries, capturing what it prints. The child exits with 0 when body returns.
 RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment = {});
 
+// Waits up to `seconds` for the program to end; one that does not is killed and counted as
+// hanging (status -1000).
+int end_within(RUNNING_PROGRAM& program, int seconds);
+
 // Makes a folder holding a fake program `name` (a shell script) that writes each of its
 // arguments on a line of `record_file` and exits with `status`. Answers the folder, to be put
 // first on PATH.
@@ -86,3 +90,20 @@ std::string packer_path();
 // Whole-file helpers.
 std::string read_file(const std::string& path);
 bool write_file(const std::string& path, const std::string& bytes);
+
+// Payload bytes that packages compress unevenly, the same for the same arguments.
+// Letters with a byte of noise at every `noise_every`th place (a power of two), the letters
+// changing every `letter_run` bytes.
+std::string interleaved_bytes(size_t size, unsigned seed, unsigned noise_every, unsigned letter_run);
+// Stretches of `shortest_stretch` plus up to `stretch_spread` bytes, each either noise or text
+// cycling through `letter_count` letters every `letter_run` bytes: runs of chunks that shrink
+// and runs that do not follow each other.
+std::string mixed_bytes(size_t size, unsigned seed, size_t shortest_stretch, size_t stretch_spread,
+    unsigned letter_run, unsigned letter_count);
+
+// The source of an installer whose payload needs several packages at a package limit of 200000:
+// installer.xml, readme.txt and eight files part<i>.bin of `bytes`(size, i), large and small
+// (a package of one large file has its only entry at its start, one of several has its last
+// entry further on), installed to $HERE/d<i % 3>. Their contents are appended to `contents`.
+bool write_several_packages_source(const TEMP_FOLDER& folder,
+    const std::function<std::string(size_t, unsigned)>& bytes, std::vector<std::string>* contents);

@@ -16,28 +16,6 @@
 
 namespace {
 
-// Text-like bytes and noise in stretches of different lengths, so that runs of whole pieces
-// and runs of short pieces follow each other and the threads' guesses go wrong now and then.
-std::string mixed_bytes(size_t size, unsigned seed)
-{
-    std::string bytes;
-    bytes.reserve(size);
-    unsigned state = seed * 2654435761u + 1;
-    auto next = [&state]() {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        return state;
-    };
-    while (bytes.size() < size) {
-        bool noise = next() % 3 == 0;
-        size_t stretch = 1000 + next() % 20000;
-        for (size_t i = 0; i < stretch && bytes.size() < size; ++i)
-            bytes += noise ? static_cast<char>(next()) : static_cast<char>('a' + (i / 5) % 7);
-    }
-    return bytes;
-}
-
 // Packs three files of mixed bytes with the given cache size, level and threads.
 RUN_RESULT pack_mixed(const TEMP_FOLDER& temp, const std::string& output, const std::string& cache, int level, int jobs)
 {
@@ -45,7 +23,7 @@ RUN_RESULT pack_mixed(const TEMP_FOLDER& temp, const std::string& output, const 
     for (int i = 0; i < 3; ++i) {
         std::string name = "part" + std::to_string(i);
         if (read_file(temp.file(name)).empty()) {
-            EXPECT_TRUE(write_file(temp.file(name), mixed_bytes(150000 + 70000 * i, i + 1)));
+            EXPECT_TRUE(write_file(temp.file(name), mixed_bytes(150000 + 70000 * i, i + 1, 1000, 20000, 5, 7)));
         }
         xml += "\t\t<FILE src_name=\"" + name + "\"/>\n";
     }

@@ -51,20 +51,6 @@ std::vector<std::string> names_in(const std::string& folder)
     return names;
 }
 
-// Waits up to `seconds` for the program to end; one that does not is killed (status -1000).
-int end_within(RUNNING_PROGRAM& program, int seconds)
-{
-    for (int waited = 0; waited < seconds * 100; ++waited) {
-        if (!program.running())
-            return program.finish();
-        if (!program.poll_output(10))
-            usleep(10000);
-    }
-    program.send(SIGKILL);
-    program.finish();
-    return -1000;
-}
-
 class PACKER_FAULTS : public ::testing::Test {
 protected:
     void SetUp() override

@@ -21,40 +21,13 @@
 
 namespace {
 
-std::string file_bytes(size_t size, unsigned seed)
-{
-    std::string bytes(size, '\0');
-    unsigned state = seed * 2654435761u + 1;
-    for (size_t i = 0; i < size; ++i) {
-        state = state * 1103515245u + 12345u;
-        bytes[i] = (i & 3) ? static_cast<char>('a' + (i / 11 + seed) % 26) : static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 class PACKER_PACKAGES : public ::testing::Test {
 protected:
     void SetUp() override
     {
         ASSERT_TRUE(here.set_raw(temp.path().c_str()));
-        std::string files;
-        for (int i = 0; i < 8; ++i) {
-            std::string name = "part" + std::to_string(i) + ".bin";
-            // Large and small files: a package of one large file has its only entry at its start,
-            // one of several has its last entry further on.
-            contents.push_back(file_bytes(i % 2 ? 30000 : 120000, static_cast<unsigned>(i)));
-            ASSERT_TRUE(write_file(temp.file(name), contents.back()));
-            files += "\t\t<FILE src_name=\"" + name + "\" dest_path_from_inst_loc=\"$HERE/d" + std::to_string(i % 3) + "\"/>\n";
-        }
-        ASSERT_TRUE(write_file(temp.file("readme.txt"), "read me"));
-        std::string xml = "<INSTALLER file_cache_sz=\"65536\" default_language_name=\"en\">\n"
-                          "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"packages\"/>\n"
-                          "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
-                          "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/packages\">\n"
-            + files
-            + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n"
-              "\t\t<README path=\".\" filename=\"readme.txt\" lines=\"2\"/>\n\t</LANGUAGE>\n</INSTALLER>\n";
-        ASSERT_TRUE(write_file(temp.file("installer.xml"), xml));
+        ASSERT_TRUE(write_several_packages_source(
+            temp, [](size_t size, unsigned seed) { return interleaved_bytes(size, seed, 4, 11); }, &contents));
     }
 
     RUN_RESULT pack(const std::string& output, const std::vector<std::string>& extra = {})

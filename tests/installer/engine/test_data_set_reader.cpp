@@ -23,26 +23,6 @@
 
 namespace {
 
-// Text-like stretches and noise, so that some chunks are whole pieces and some are short.
-std::string mixed_bytes(size_t size, unsigned seed)
-{
-    std::string bytes;
-    unsigned state = seed * 2654435761u + 1;
-    auto next = [&state]() {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        return state;
-    };
-    while (bytes.size() < size) {
-        bool noise = next() % 3 == 0;
-        size_t stretch = 500 + next() % 9000;
-        for (size_t i = 0; i < stretch && bytes.size() < size; ++i)
-            bytes += noise ? static_cast<char>(next()) : static_cast<char>('a' + (i / 3) % 5);
-    }
-    return bytes;
-}
-
 bool collect(const void* bytes, INT_U32 size, void* context)
 {
     static_cast<std::string*>(context)->append(static_cast<const char*>(bytes), size);
@@ -60,7 +40,7 @@ protected:
         std::string files[2];
         for (int i = 0; i < count; ++i) {
             std::string name = "file" + std::to_string(i) + ".bin";
-            contents.push_back(mixed_bytes(static_cast<size_t>(1000 + (i * 7919) % 40000), static_cast<unsigned>(i)));
+            contents.push_back(mixed_bytes(static_cast<size_t>(1000 + (i * 7919) % 40000), static_cast<unsigned>(i), 500, 9000, 3, 5));
             ASSERT_TRUE(write_file(temp.file(name), contents.back()));
             files[i % 2] += "\t\t<FILE src_name=\"" + name + "\"/>\n";
         }

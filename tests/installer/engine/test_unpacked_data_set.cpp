@@ -25,18 +25,6 @@
 
 namespace {
 
-// Half text, half noise: chunks that shrink some and chunks that do not.
-std::string file_bytes(size_t size, unsigned seed)
-{
-    std::string bytes(size, '\0');
-    unsigned state = seed * 2654435761u + 1;
-    for (size_t i = 0; i < size; ++i) {
-        state = state * 1103515245u + 12345u;
-        bytes[i] = (i & 1) ? static_cast<char>('a' + (i / 7 + seed) % 26) : static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 bool collect(const void* bytes, INT_U32 size, void* context)
 {
     static_cast<std::string*>(context)->append(static_cast<const char*>(bytes), size);
@@ -60,22 +48,8 @@ protected:
         home = temp.file("home");
         ASSERT_EQ(mkdir(home.c_str(), 0755), 0);
         ASSERT_EQ(mkdir((home + "/tmp").c_str(), 0755), 0);
-        std::string files;
-        for (int i = 0; i < 8; ++i) {
-            std::string name = "part" + std::to_string(i) + ".bin";
-            contents.push_back(file_bytes(i % 2 ? 30000 : 120000, static_cast<unsigned>(i)));
-            ASSERT_TRUE(write_file(temp.file(name), contents.back()));
-            files += "\t\t<FILE src_name=\"" + name + "\" dest_path_from_inst_loc=\"$HERE/d" + std::to_string(i % 3) + "\"/>\n";
-        }
-        ASSERT_TRUE(write_file(temp.file("readme.txt"), "read me"));
-        std::string xml = "<INSTALLER file_cache_sz=\"65536\" default_language_name=\"en\">\n"
-                          "\t<APPLICATION version=\"1\" build_number=\"1\" app_string=\"packages\"/>\n"
-                          "\t<LOG dest_path_from_inst_loc=\"$HERE\" system_dest_path_from_inst_loc=\"\"/>\n"
-                          "\t<INSTALLATION name=\"main\" allow_system_paths=\"no\" default_path=\"$ROOT0/packages\">\n"
-            + files
-            + "\t</INSTALLATION>\n\t<LANGUAGE name=\"en\">\n\t\t<LANGUAGE_TITLE string=\"English\"/>\n"
-              "\t\t<README path=\".\" filename=\"readme.txt\" lines=\"2\"/>\n\t</LANGUAGE>\n</INSTALLER>\n";
-        ASSERT_TRUE(write_file(temp.file("installer.xml"), xml));
+        ASSERT_TRUE(write_several_packages_source(
+            temp, [](size_t size, unsigned seed) { return interleaved_bytes(size, seed, 2, 7); }, &contents));
         RUN_RESULT run = run_program(packer_path(),
             { "build", "installer.xml", "-o", "setup", "--client", installer_path(), "--quiet", "--package-limit", "200000" },
             { "SOURCE_DATE_EPOCH=1700000000" }, temp.path());
