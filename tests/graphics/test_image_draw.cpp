@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "graphics/image.h"
+#include "pixel_checks.h"
 
 namespace {
 
@@ -131,13 +132,8 @@ TEST(IMAGE_DRAW, rounded_box_with_default_radius)
     IMAGE image(30, 60);
     image.draw_rounded_box(0, 0, 29, 59, -1, CORNER_ALL, COLOUR_RED, COLOUR_RED, SHADE_SOLID, 0);
     // Radius 10: (1, 5) lies outside the round, (0, 10) is below the corner square.
-    EXPECT_EQ(image.at(0, 0), COLOUR_INVISIBLE);
-    EXPECT_EQ(image.at(1, 5), COLOUR_INVISIBLE);
-    EXPECT_EQ(image.at(0, 10), COLOUR_RED);
-    EXPECT_EQ(image.at(3, 3), COLOUR_RED);
-    EXPECT_EQ(image.at(28, 54), COLOUR_INVISIBLE);
-    EXPECT_EQ(image.at(29, 49), COLOUR_RED);
-    EXPECT_EQ(image.at(15, 30), COLOUR_RED);
+    expect_pixels(image, { { 0, 0, COLOUR_INVISIBLE }, { 1, 5, COLOUR_INVISIBLE }, { 0, 10, COLOUR_RED },
+        { 3, 3, COLOUR_RED }, { 28, 54, COLOUR_INVISIBLE }, { 29, 49, COLOUR_RED }, { 15, 30, COLOUR_RED } });
 }
 
 TEST(IMAGE_DRAW, rounded_box_corners_shades_and_clip)
@@ -204,10 +200,8 @@ TEST(IMAGE_DRAW, circle_outline_and_darkening)
 {
     IMAGE ring(13, 13);
     ring.draw_circle(6, 6, 4, COLOUR_RED, 0, CIRCLE_OUTLINE, 1, false);
-    EXPECT_EQ(ring.at(6, 6), COLOUR_INVISIBLE);
-    EXPECT_EQ(ring.at(6, 2), COLOUR_RED);
-    EXPECT_EQ(ring.at(10, 6), COLOUR_RED);
-    EXPECT_EQ(ring.at(6, 1), COLOUR_INVISIBLE);
+    expect_pixels(ring, { { 6, 6, COLOUR_INVISIBLE }, { 6, 2, COLOUR_RED }, { 10, 6, COLOUR_RED },
+        { 6, 1, COLOUR_INVISIBLE } });
 
     IMAGE dark(9, 9);
     dark.fill(rgba(200, 100, 50, 255));

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "graphics/tiled_image.h"
+#include "pixel_checks.h"
 
 namespace {
 
@@ -135,14 +136,8 @@ TEST(TILED_IMAGE, nine_pieces_shrink_edges_in_proportion)
     IMAGE target(15, 15);
     element.draw(0, 0, 14, 14, false, &target, BLIT_COPY, true);
     // Edges of 10 + 10 in 15 pixels become 7 + 7, leaving a one-pixel middle.
-    EXPECT_EQ(target.at(0, 0), CORNER);
-    EXPECT_EQ(target.at(6, 6), CORNER);
-    EXPECT_EQ(target.at(8, 8), CORNER);
-    EXPECT_EQ(target.at(7, 7), MIDDLE);
-    EXPECT_EQ(target.at(7, 0), EDGE_H);
-    EXPECT_EQ(target.at(7, 14), EDGE_H);
-    EXPECT_EQ(target.at(0, 7), EDGE_V);
-    EXPECT_EQ(target.at(14, 7), EDGE_V);
+    expect_pixels(target, { { 0, 0, CORNER }, { 6, 6, CORNER }, { 8, 8, CORNER }, { 7, 7, MIDDLE }, { 7, 0, EDGE_H },
+        { 7, 14, EDGE_H }, { 0, 7, EDGE_V }, { 14, 7, EDGE_V } });
     EXPECT_EQ(element.top_left->width, 7);
 }
 
@@ -186,12 +181,8 @@ TEST(TILED_IMAGE, horizontal_three_repeats_the_middle_and_cuts_the_last)
     EXPECT_EQ(element.layout(), TILED_IMAGE::LAYOUT_HORIZONTAL_THREE);
     IMAGE target(20, 6);
     element.draw(0, 0, 19, 5, false, &target, BLIT_COPY, true);
-    EXPECT_EQ(target.at(3, 5), CORNER);
-    EXPECT_EQ(target.at(16, 5), EDGE_V);
-    EXPECT_EQ(target.at(4, 0), MIDDLE);
-    EXPECT_EQ(target.at(5, 0), EDGE_H);
-    EXPECT_EQ(target.at(14, 0), EDGE_H);
-    EXPECT_EQ(target.at(15, 0), MIDDLE);
+    expect_pixels(target, { { 3, 5, CORNER }, { 16, 5, EDGE_V }, { 4, 0, MIDDLE }, { 5, 0, EDGE_H }, { 14, 0, EDGE_H },
+        { 15, 0, MIDDLE } });
     // Pieces took the area's height.
     EXPECT_EQ(element.left->height, 6);
     EXPECT_EQ(element.mid->height, 6);
@@ -207,9 +198,7 @@ TEST(TILED_IMAGE, vertical_three)
     ASSERT_TRUE(element.load("", "col", 0));
     IMAGE target(5, 8);
     element.draw(0, 0, 4, 7, false, &target, BLIT_COPY, true);
-    EXPECT_EQ(target.at(4, 1), CORNER);
-    EXPECT_EQ(target.at(4, 4), MIDDLE);
-    EXPECT_EQ(target.at(0, 6), EDGE_V);
+    expect_pixels(target, { { 4, 1, CORNER }, { 4, 4, MIDDLE }, { 0, 6, EDGE_V } });
 }
 
 TEST(TILED_IMAGE, one_piece_is_centred_cut_or_stretched)
@@ -221,16 +210,12 @@ TEST(TILED_IMAGE, one_piece_is_centred_cut_or_stretched)
     EXPECT_EQ(element.layout(), TILED_IMAGE::LAYOUT_ONE);
     IMAGE target(10, 10);
     element.draw(0, 0, 9, 9, false, &target, BLIT_COPY, true);
-    EXPECT_EQ(target.at(2, 2), COLOUR_INVISIBLE);
-    EXPECT_EQ(target.at(3, 3), CORNER);
-    EXPECT_EQ(target.at(6, 6), CORNER);
-    EXPECT_EQ(target.at(7, 7), COLOUR_INVISIBLE);
+    expect_pixels(target, { { 2, 2, COLOUR_INVISIBLE }, { 3, 3, CORNER }, { 6, 6, CORNER },
+        { 7, 7, COLOUR_INVISIBLE } });
 
     IMAGE small(6, 6);
     element.draw(2, 2, 3, 3, false, &small, BLIT_COPY, true);
-    EXPECT_EQ(small.at(2, 2), CORNER);
-    EXPECT_EQ(small.at(1, 1), COLOUR_INVISIBLE);
-    EXPECT_EQ(small.at(4, 4), COLOUR_INVISIBLE);
+    expect_pixels(small, { { 2, 2, CORNER }, { 1, 1, COLOUR_INVISIBLE }, { 4, 4, COLOUR_INVISIBLE } });
 
     IMAGE stretched(10, 10);
     element.draw(0, 0, 9, 9, true, &stretched, BLIT_COPY, true);
@@ -262,9 +247,7 @@ TEST(TILED_IMAGE, composite_is_reused_until_the_size_changes_or_a_filter_runs)
     // pixels are copied as they are, transparent.
     element.mid->fill(COLOUR_RED);
     element.draw(0, 0, 2, 2, false, &target, BLIT_COPY, false);
-    EXPECT_EQ(target.at(0, 0), COLOUR_RED);
-    EXPECT_EQ(target.at(1, 1), COLOUR_RED);
-    EXPECT_EQ(target.at(2, 2), COLOUR_INVISIBLE);
+    expect_pixels(target, { { 0, 0, COLOUR_RED }, { 1, 1, COLOUR_RED }, { 2, 2, COLOUR_INVISIBLE } });
 }
 
 TEST(TILED_IMAGE, apply_shape_cuts_alpha_to_the_outline)
@@ -298,10 +281,7 @@ TEST(TILED_IMAGE, overlays_are_drawn_on_top)
     blend_colour(on_centre, rgba(255, 255, 255, 128));
     COLOUR on_panel = rgba(0, 0, 0, 255);
     blend_colour(on_panel, rgba(255, 255, 255, 128));
-    EXPECT_EQ(target.at(2, 2), on_centre);
-    EXPECT_EQ(target.at(3, 3), on_centre);
-    EXPECT_EQ(target.at(4, 4), on_panel);
-    EXPECT_EQ(target.at(0, 0), on_panel);
+    expect_pixels(target, { { 2, 2, on_centre }, { 3, 3, on_centre }, { 4, 4, on_panel }, { 0, 0, on_panel } });
 }
 
 TEST(TILED_IMAGE, solid_at_uses_piece_sizes_and_mid_pixel_zero)
