@@ -2,7 +2,9 @@
 # Runs every built fuzz target for a fixed number of runs over its seed corpus.
 #   scripts/run-fuzzers.sh [runs] [extra libFuzzer options...]
 # Targets are build-fuzz/fuzz/fuzz_<reader>; the seeds are tests/fuzz/corpus/<reader>/, and
-# tests/fuzz/<reader>.dict, when present, is the target's dictionary. Each
+# tests/fuzz/<reader>.dict, when present, is the target's dictionary, and tests/fuzz/<reader>.seeds
+# lists files elsewhere in the tree (sample skins, configurations) that seed it too, so that a
+# sample is not kept twice. Each
 # target works on a copy of its corpus in a temporary folder, so the committed seeds never change.
 # A crash leaves its input in build-fuzz/fuzz-artifacts/. Exits non-zero if any target fails.
 set -uo pipefail
@@ -29,7 +31,13 @@ for target in $targets; do
     mkdir -p "$corpus"
     if [ -d "$top/tests/fuzz/corpus/$reader" ]; then
         cp -R "$top/tests/fuzz/corpus/$reader/." "$corpus/"
-    else
+    fi
+    if [ -f "$top/tests/fuzz/$reader.seeds" ]; then
+        while read -r seed; do
+            [ -n "$seed" ] && cp "$top/$seed" "$corpus/"
+        done <"$top/tests/fuzz/$reader.seeds"
+    fi
+    if [ -z "$(ls -A "$corpus")" ]; then
         echo "warning: no seed corpus for $name" >&2
     fi
     dictionary=()
