@@ -1,11 +1,13 @@
 #include "test_support.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -80,6 +82,26 @@ TEMP_FOLDER::~TEMP_FOLDER()
 {
     if (!m_path.empty())
         remove_tree(m_path);
+}
+
+SCOPED_ENVIRONMENT::~SCOPED_ENVIRONMENT()
+{
+    for (auto saved = m_saved.rbegin(); saved != m_saved.rend(); ++saved) {
+        if (saved->second.first)
+            setenv(saved->first.c_str(), saved->second.second.c_str(), 1);
+        else
+            unsetenv(saved->first.c_str());
+    }
+}
+
+void SCOPED_ENVIRONMENT::set(const char* name, const char* value)
+{
+    const char* old = getenv(name);
+    m_saved.push_back({ name, { old != nullptr, old ? old : "" } });
+    if (value)
+        setenv(name, value, 1);
+    else
+        unsetenv(name);
 }
 
 // Forks a child with standard input from /dev/null, both outputs into pipes and the extra
@@ -284,6 +306,73 @@ int end_within(RUNNING_PROGRAM& program, int seconds)
     program.send(SIGKILL);
     program.finish();
     return -1000;
+}
+
+std::string noise_bytes(size_t size, unsigned seed)
+{
+    std::string bytes(size, 0);
+    unsigned state = seed * 2654435761u + 1;
+    for (char& byte : bytes) {
+        state = state * 1103515245u + 12345u;
+        byte = static_cast<char>(state >> 16);
+    }
+    return bytes;
+}
+
+namespace {
+
+void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
+{
+    DIR* listing = opendir(folder.c_str());
+    if (!listing)
+        return;
+    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        std::string path = folder + "/" + name;
+        struct stat facts {};
+        lstat(path.c_str(), &facts);
+        if (S_ISLNK(facts.st_mode)) {
+            (*tree)[prefix + name] = "<link>";
+        } else if (S_ISDIR(facts.st_mode)) {
+            (*tree)[prefix + name] = "<folder>";
+            list_tree(path, prefix + name + "/", tree);
+        } else {
+            (*tree)[prefix + name] = read_file(path);
+        }
+    }
+    closedir(listing);
+}
+
+} // namespace
+
+std::map<std::string, std::string> tree_of(const std::string& folder)
+{
+    std::map<std::string, std::string> tree;
+    list_tree(folder, "", &tree);
+    return tree;
+}
+
+std::string data_set_chunks(const std::string& bytes, size_t piece, bool compressed)
+{
+    std::string out;
+    for (size_t at = 0; at < bytes.size(); at += piece) {
+        std::string chunk = bytes.substr(at, piece);
+        if (compressed) {
+            uLongf packed_size = compressBound(chunk.size());
+            std::string packed(packed_size, '\0');
+            compress2(reinterpret_cast<Bytef*>(&packed[0]), &packed_size, reinterpret_cast<const Bytef*>(chunk.data()),
+                chunk.size(), 6);
+            chunk = packed.substr(0, packed_size);
+        }
+        size_t length = chunk.size();
+        const char length_bytes[4] = { static_cast<char>(length >> 24), static_cast<char>(length >> 16),
+            static_cast<char>(length >> 8), static_cast<char>(length) };
+        out.append(length_bytes, 4);
+        out += chunk;
+    }
+    return out;
 }
 
 std::string interleaved_bytes(size_t size, unsigned seed, unsigned noise_every, unsigned letter_run)

@@ -549,9 +549,8 @@ TEST_F(X11_DISPLAY, text_of_another_program_is_read_through_the_server_and_cut_t
 TEST(X11_CONNECTION, without_display_the_reason_says_so)
 {
     use_display_back_end(x11_display_back_end());
-    const char* saved = getenv("DISPLAY");
-    std::string kept = saved ? saved : "";
-    unsetenv("DISPLAY");
+    SCOPED_ENVIRONMENT environment;
+    environment.set("DISPLAY", nullptr);
     EXPECT_FALSE(host_connect_display());
     EXPECT_STREQ(display_failure_text(), "DISPLAY is not set");
     WINDOW_REQUEST request;
@@ -560,13 +559,9 @@ TEST(X11_CONNECTION, without_display_the_reason_says_so)
     EXPECT_EQ(host_open_window(request, &w, &h), DISPLAY_NO_SERVER);
     EXPECT_EQ(desktop_width(), 0);
 
-    setenv("DISPLAY", ":32767", 1); // nobody listens there
+    environment.set("DISPLAY", ":32767"); // nobody listens there
     EXPECT_FALSE(host_connect_display());
     EXPECT_STREQ(display_failure_text(), "the X display \":32767\" cannot be opened");
-    if (saved)
-        setenv("DISPLAY", kept.c_str(), 1);
-    else
-        unsetenv("DISPLAY");
     use_display_back_end(nullptr);
 }
 
