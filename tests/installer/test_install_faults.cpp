@@ -24,17 +24,6 @@
 
 namespace {
 
-std::string noise(size_t size, unsigned seed)
-{
-    std::string bytes(size, 0);
-    unsigned state = seed * 2654435761u + 1;
-    for (char& byte : bytes) {
-        state = state * 1103515245u + 12345u;
-        byte = static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 struct stat lstat_of(const std::string& path)
 {
     struct stat facts {};
@@ -42,37 +31,17 @@ struct stat lstat_of(const std::string& path)
     return facts;
 }
 
-// Every entry below `folder`, by relative path: a file's bytes, "<folder>" or "<link>".
-void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
+// The tree of an installation without its log, which names the folder it went into.
+std::map<std::string, std::string> installed_tree(const std::string& folder)
 {
-    DIR* listing = opendir(folder.c_str());
-    if (!listing)
-        return;
-    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..")
-            continue;
-        std::string path = folder + "/" + name;
-        struct stat facts = lstat_of(path);
-        if (S_ISLNK(facts.st_mode)) {
-            (*tree)[prefix + name] = "<link>";
-        } else if (S_ISDIR(facts.st_mode)) {
-            (*tree)[prefix + name] = "<folder>";
-            list_tree(path, prefix + name + "/", tree);
-        } else {
-            (*tree)[prefix + name] = read_file(path);
-        }
-    }
-    closedir(listing);
+    std::map<std::string, std::string> tree = tree_of(folder);
+    tree.erase("install_log.txt");
+    return tree;
 }
 
-std::map<std::string, std::string> tree_of(const std::string& folder, bool with_log = false)
+const char* signal_name(int signal_number)
 {
-    std::map<std::string, std::string> tree;
-    list_tree(folder, "", &tree);
-    if (!with_log)
-        tree.erase("install_log.txt");
-    return tree;
+    return signal_number == SIGINT ? "SIGINT" : signal_number == SIGTERM ? "SIGTERM" : signal_number == SIGHUP ? "SIGHUP" : "SIGPIPE";
 }
 
 // The most bytes any private name in `folder` holds, 0 when there is none.
@@ -158,7 +127,7 @@ protected:
         static const char* const rules[] = { "always", "older", "absent" };
         for (int i = 0; i < count; ++i) {
             std::string name = "big" + std::to_string(i) + ".bin";
-            ASSERT_TRUE(write_file(source + "/payload/" + name, noise(size, static_cast<unsigned>(i))));
+            ASSERT_TRUE(write_file(source + "/payload/" + name, noise_bytes(size, static_cast<unsigned>(i))));
             files += file_line(name, "$HERE/d" + std::to_string(i), rules[i % 3]);
         }
         pack(files);
@@ -179,7 +148,7 @@ protected:
     // Nothing of any run may stay in the temporary folders.
     void expect_no_temporary_files()
     {
-        std::map<std::string, std::string> left = tree_of(home + "/tmp", true);
+        std::map<std::string, std::string> left = tree_of(home + "/tmp");
         EXPECT_TRUE(left.empty()) << describe_difference(left, {});
     }
 
@@ -203,7 +172,7 @@ TEST_F(INSTALL_FAULTS, planted_links_never_lead_a_root_install_outside_the_targe
     ASSERT_TRUE(write_file(victims + "/passwd", "root:x:0:0\n"));
     ASSERT_TRUE(write_file(victims + "/log", "system log\n"));
     chmod((victims + "/passwd").c_str(), 0644);
-    std::map<std::string, std::string> victims_before = tree_of(victims, true);
+    std::map<std::string, std::string> victims_before = tree_of(victims);
     struct stat passwd_before = lstat_of(victims + "/passwd");
 
     std::string target = temp.file("target");
@@ -217,7 +186,7 @@ TEST_F(INSTALL_FAULTS, planted_links_never_lead_a_root_install_outside_the_targe
     EXPECT_EQ(run.status, 1) << run.output;
     EXPECT_NE(run.output.find("FAILED " + target + "/bin/sample-app: its folder cannot be made: Not a directory\n"), std::string::npos) << run.output;
 
-    EXPECT_EQ(tree_of(victims, true), victims_before);
+    EXPECT_EQ(tree_of(victims), victims_before);
     struct stat passwd_after = lstat_of(victims + "/passwd");
     EXPECT_EQ(passwd_after.st_mode, passwd_before.st_mode);
     EXPECT_EQ(passwd_after.st_uid, passwd_before.st_uid);
@@ -239,7 +208,7 @@ TEST_F(INSTALL_FAULTS, kill_nine_at_twenty_points_then_a_second_run_ends_as_a_cl
     std::string reference = temp.file("reference");
     RUN_RESULT clean = install(reference);
     ASSERT_EQ(clean.status, 0) << clean.output;
-    std::map<std::string, std::string> want = tree_of(reference);
+    std::map<std::string, std::string> want = installed_tree(reference);
     ASSERT_EQ(want.size(), 1u + 2u * count);
 
     // One point before the install starts (the data set is read in place: there is no unpacking),
@@ -283,7 +252,7 @@ TEST_F(INSTALL_FAULTS, kill_nine_at_twenty_points_then_a_second_run_ends_as_a_cl
         }
         RUN_RESULT again = install(target);
         EXPECT_EQ(again.status, 0) << "point " << p << "\n" << again.output;
-        std::map<std::string, std::string> got = tree_of(target);
+        std::map<std::string, std::string> got = installed_tree(target);
         EXPECT_TRUE(got == want) << "point " << p << "\n" << describe_difference(got, want);
         expect_no_temporary_files();
         run_program("/bin/rm", { "-rf", target });
@@ -299,14 +268,14 @@ TEST_F(INSTALL_FAULTS, two_runs_of_one_installer_at_once_both_succeed)
     pack_large(4, 2u << 20);
     std::string reference = temp.file("reference");
     ASSERT_EQ(install(reference).status, 0);
-    std::map<std::string, std::string> want = tree_of(reference);
+    std::map<std::string, std::string> want = installed_tree(reference);
 
     RUNNING_PROGRAM first(installer, arguments(temp.file("one")), environment());
     RUNNING_PROGRAM second(installer, arguments(temp.file("two")), environment());
     EXPECT_EQ(end_within(first, 120), 0) << first.output;
     EXPECT_EQ(end_within(second, 120), 0) << second.output;
-    EXPECT_TRUE(tree_of(temp.file("one")) == want);
-    EXPECT_TRUE(tree_of(temp.file("two")) == want);
+    EXPECT_TRUE(installed_tree(temp.file("one")) == want);
+    EXPECT_TRUE(installed_tree(temp.file("two")) == want);
     expect_no_temporary_files();
 }
 
@@ -315,7 +284,7 @@ TEST_F(INSTALL_FAULTS, every_signal_during_the_install_ends_the_run_after_the_fi
     pack_large(6, 4u << 20);
     std::string reference = temp.file("reference");
     ASSERT_EQ(install(reference).status, 0);
-    std::map<std::string, std::string> want = tree_of(reference);
+    std::map<std::string, std::string> want = installed_tree(reference);
 
     for (int signal_number : { SIGINT, SIGTERM, SIGHUP, SIGPIPE }) {
         std::string target = temp.file("target");
@@ -323,13 +292,12 @@ TEST_F(INSTALL_FAULTS, every_signal_during_the_install_ends_the_run_after_the_fi
         ASSERT_TRUE(run.wait_for_output("Installed " + target + "/first.txt\n")) << run.output;
         run.send(signal_number);
         int status = end_within(run, 60);
-        std::string name = signal_number == SIGINT ? "SIGINT" : signal_number == SIGTERM ? "SIGTERM"
-            : signal_number == SIGHUP ? "SIGHUP" : "SIGPIPE";
+        std::string name = signal_name(signal_number);
         EXPECT_EQ(status, 128 + signal_number) << name << "\n" << run.output;
         EXPECT_NE(run.errors.find("Interrupted by " + name + " while installing: "), std::string::npos) << run.errors;
 
         // Every file there is whole, and the log says what was done and that the run was cut.
-        std::map<std::string, std::string> got = tree_of(target);
+        std::map<std::string, std::string> got = installed_tree(target);
         EXPECT_LT(got.size(), want.size()) << name;
         for (const auto& entry : got)
             EXPECT_EQ(entry.second, want[entry.first]) << name << " " << entry.first;
@@ -398,25 +366,7 @@ bool repack(const std::string& installer, const std::string& package, size_t chu
     stamp_record_from_bytes(reinterpret_cast<const INT_U8*>(bytes.data()) + stamp_at, &record);
     bytes.resize(chunk_offset);
     bytes[chunk_offset - 1] = compressed ? 1 : 0;
-    const size_t piece = compressed ? 1u << 19 : 1u << 20;
-    for (size_t at = 1; at < package.size(); at += piece) {
-        size_t size = package.size() - at < piece ? package.size() - at : piece;
-        std::string chunk = package.substr(at, size);
-        if (compressed) {
-            uLongf packed_size = compressBound(size);
-            std::string packed(packed_size, '\0');
-            if (compress2(reinterpret_cast<Bytef*>(&packed[0]), &packed_size,
-                    reinterpret_cast<const Bytef*>(chunk.data()), size, 6) != Z_OK)
-                return false;
-            packed.resize(packed_size);
-            chunk = packed;
-        }
-        INT_U32 length = static_cast<INT_U32>(chunk.size());
-        char big_endian[4] = { static_cast<char>(length >> 24), static_cast<char>(length >> 16),
-            static_cast<char>(length >> 8), static_cast<char>(length) };
-        bytes.append(big_endian, 4);
-        bytes.append(chunk);
-    }
+    bytes += data_set_chunks(package.substr(1), compressed ? 1u << 19 : 1u << 20, compressed);
     size_t data_start = static_cast<size_t>(record.data_offset) + 1;
     uLong crc = crc32(0L, Z_NULL, 0);
     crc = crc32(crc, reinterpret_cast<const Bytef*>(bytes.data() + data_start), static_cast<uInt>(bytes.size() - data_start));
@@ -445,8 +395,7 @@ TEST_F(INSTALL_FAULTS, every_signal_during_the_unpacking_ends_the_run_cleanly)
         ASSERT_TRUE(run.wait_for_output("Unpacking...")) << run.output;
         run.send(signal_number);
         int status = end_within(run, 60);
-        std::string name = signal_number == SIGINT ? "SIGINT" : signal_number == SIGTERM ? "SIGTERM"
-            : signal_number == SIGHUP ? "SIGHUP" : "SIGPIPE";
+        std::string name = signal_name(signal_number);
         if (run.output.find("Installing \"main\"") != std::string::npos)
             continue; // the unpacking was over before the signal came: the install test covers this
         ++interrupted;
@@ -461,7 +410,7 @@ TEST_F(INSTALL_FAULTS, every_signal_during_the_unpacking_ends_the_run_cleanly)
 
 TEST_F(INSTALL_FAULTS, a_looping_member_table_and_a_cyclic_chain_end_within_a_second)
 {
-    ASSERT_TRUE(write_file(source + "/payload/big.bin", noise(10u << 20, 9)));
+    ASSERT_TRUE(write_file(source + "/payload/big.bin", noise_bytes(10u << 20, 9)));
     ASSERT_TRUE(write_file(source + "/payload/small.txt", "small"));
     pack(file_line("big.bin", "$HERE") + file_line("small.txt", "$HERE"));
     std::string package;
@@ -508,7 +457,7 @@ TEST_F(INSTALL_FAULTS, a_looping_member_table_and_a_cyclic_chain_end_within_a_se
     EXPECT_EQ(run.status, 1) << run.output;
     EXPECT_NE(run.output.find("FAILED " + temp.file("chain") + "/big.bin: Error: Unable to read from file member chain loops.\n"), std::string::npos) << run.output;
     EXPECT_NE(run.output.find("1 installed, 0 skipped, 1 failed\n"), std::string::npos) << run.output;
-    std::map<std::string, std::string> got = tree_of(temp.file("chain"));
+    std::map<std::string, std::string> got = installed_tree(temp.file("chain"));
     EXPECT_EQ(got.size(), 1u) << describe_difference(got, {});
     expect_no_temporary_files();
 }

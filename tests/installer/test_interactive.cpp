@@ -197,13 +197,7 @@ protected:
         std::string samples = temp.file("samples");
         RUN_RESULT copied = run_program("/bin/cp", { "-r", source_path("samples"), samples });
         EXPECT_EQ(copied.status, 0) << copied.errors;
-        std::string big(extra_bytes, 0);
-        unsigned state = 12345;
-        for (size_t i = 0; i < big.size(); ++i) {
-            state = state * 1103515245u + 12345u;
-            big[i] = static_cast<char>(state >> 23);
-        }
-        EXPECT_TRUE(write_file(samples + "/payload/data/big.bin", big));
+        EXPECT_TRUE(write_file(samples + "/payload/data/big.bin", noise_bytes(extra_bytes, 12345)));
         std::string config = read_file(samples + "/installer.xml");
         size_t client = config.find("path=\"../build\"");
         if (client != std::string::npos)
@@ -231,6 +225,38 @@ protected:
         return output;
     }
 
+    // Waits for the program to map a window of this name; its id, 0 when it ended first.
+    static unsigned long wait_for_mapped(DESKTOP_WATCHER& watcher, BACKGROUND_PROGRAM& program, const char* title)
+    {
+        unsigned long id = 0;
+        wait_until(
+            [&] {
+                watcher.collect();
+                for (const auto& seen : watcher.windows)
+                    if (seen.mapped && seen.name == title)
+                        id = seen.id;
+                return id != 0 || program.finished();
+            },
+            WAIT_MS);
+        return id;
+    }
+
+    // Asks the window to close as a window manager does; the program's status once it ended.
+    static int close_and_wait(const XVFB_SERVER& server, DESKTOP_WATCHER& watcher, BACKGROUND_PROGRAM& program,
+        unsigned long window)
+    {
+        EXPECT_TRUE(send_close_request(server, window));
+        int status = -1;
+        bool ended = wait_until(
+            [&] {
+                watcher.collect(); // the closing picture asks to be mapped too
+                return program.finished(&status);
+            },
+            WAIT_MS);
+        EXPECT_TRUE(ended) << "the close request did not end the program";
+        return status;
+    }
+
     TEMP_FOLDER temp;
     std::string home;
 };
@@ -245,17 +271,7 @@ TEST_F(INTERACTIVE, the_sample_shows_its_splash_with_a_moving_bar_then_the_wizar
     BACKGROUND_PROGRAM program(setup, {}, environment(&server), temp.path());
 
     // The splash: its window, then the bar at several lengths while the data set unpacks.
-    unsigned long splash = 0;
-    ASSERT_TRUE(wait_until(
-        [&] {
-            watcher.collect();
-            for (const auto& seen : watcher.windows)
-                if (seen.mapped && seen.name == SPLASH_TITLE)
-                    splash = seen.id;
-            return splash != 0 || program.finished();
-        },
-        WAIT_MS))
-        << program.output();
+    unsigned long splash = wait_for_mapped(watcher, program, SPLASH_TITLE);
     ASSERT_NE(splash, 0u) << "no splash window; the program said: " << program.output();
     for (const auto& seen : watcher.windows) {
         if (seen.id == splash) {
@@ -344,16 +360,7 @@ TEST_F(INTERACTIVE, the_sample_shows_its_splash_with_a_moving_bar_then_the_wizar
 
     // Still there after a while of nothing: the window stays until it is closed.
     EXPECT_FALSE(program.finished());
-    ASSERT_TRUE(send_close_request(server, std::stoul(wizard)));
-    int status = -1;
-    ASSERT_TRUE(wait_until(
-        [&] {
-            watcher.collect(); // the closing picture asks to be mapped too
-            return program.finished(&status);
-        },
-        WAIT_MS))
-        << "the close request did not end the program";
-    EXPECT_EQ(status, 0) << program.output();
+    EXPECT_EQ(close_and_wait(server, watcher, program, std::stoul(wizard)), 0) << program.output();
     EXPECT_FALSE(any_package_under(home)) << "the unpacked package is left behind";
 }
 
@@ -377,16 +384,7 @@ TEST_F(INTERACTIVE, a_bare_program_with_the_package_beside_it_shows_the_builtin_
     DESKTOP_WATCHER watcher(server);
     ASSERT_NE(watcher.display, nullptr);
     BACKGROUND_PROGRAM program(bare_folder + "/setup", {}, environment(&server), temp.path());
-    unsigned long wizard = 0;
-    ASSERT_TRUE(wait_until(
-        [&] {
-            watcher.collect();
-            for (const auto& seen : watcher.windows)
-                if (seen.mapped && seen.name == WIZARD_TITLE)
-                    wizard = seen.id;
-            return wizard != 0 || program.finished();
-        },
-        WAIT_MS));
+    unsigned long wizard = wait_for_mapped(watcher, program, WIZARD_TITLE);
     ASSERT_NE(wizard, 0u) << program.output();
 
     // The first window was the built-in splash: "Please Wait", 257 by 97.
@@ -396,15 +394,7 @@ TEST_F(INTERACTIVE, a_bare_program_with_the_package_beside_it_shows_the_builtin_
     EXPECT_TRUE(watcher.windows[0].mapped);
     EXPECT_EQ(watcher.windows[0].name, "Please Wait");
 
-    ASSERT_TRUE(send_close_request(server, wizard));
-    int status = -1;
-    ASSERT_TRUE(wait_until(
-        [&] {
-            watcher.collect(); // the closing picture asks to be mapped too
-            return program.finished(&status);
-        },
-        WAIT_MS));
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(close_and_wait(server, watcher, program, wizard), 0);
     struct stat facts;
     EXPECT_EQ(stat((bare_folder + "/installer.pkg").c_str(), &facts), 0) << "a package the user brought stays";
 }

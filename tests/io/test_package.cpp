@@ -260,6 +260,16 @@ TEST_F(PACKAGE_FILE, damaged_packages_fail_cleanly)
         ASSERT_TRUE(package.is_open());
         EXPECT_FALSE(package.extract_file(folder, "out.bin", "data"));
         EXPECT_EQ(last_error_code(), ERROR_READ);
+        // Read in place, piece by piece, the member stops at the loop and stays stopped.
+        PACKAGE_MEMBER_READER reader;
+        ASSERT_TRUE(reader.open(&package, "data"));
+        char piece[4096];
+        INT_S32 got = 0;
+        for (int i = 0; i < 10000 && (got = reader.read(piece, sizeof piece)) > 0; ++i) {
+        }
+        EXPECT_EQ(got, -1);
+        EXPECT_EQ(last_error_code(), ERROR_READ);
+        EXPECT_EQ(reader.read(piece, sizeof piece), -1);
     }
     // A huge block size or a root beyond the end.
     std::string huge = good;
@@ -497,29 +507,6 @@ TEST_F(PACKAGE_FILE, members_read_in_place_give_their_bytes_across_blocks)
     PACKAGE_MEMBER_READER missing;
     EXPECT_FALSE(missing.open(&package, "c"));
     EXPECT_EQ(last_error_code(), ERROR_MEMBER_NOT_FOUND);
-}
-
-TEST_F(PACKAGE_FILE, a_member_read_in_place_stops_at_a_looping_chain)
-{
-    write("data.bin", pattern(5000, 6));
-    {
-        PACKAGE package(folder, "p.pkg", true, 1024, false, false);
-        ASSERT_TRUE(package.add_file(folder, "data.bin", "data"));
-    }
-    std::string loop = read_file(path("p.pkg"));
-    INT_U32 first_block = u32_at(loop, 1 + 54 + 8);
-    memcpy(&loop[1 + first_block], &first_block, 4);
-    write("loop.pkg", loop);
-    PACKAGE package(folder, "loop.pkg", false, 0, true, true);
-    PACKAGE_MEMBER_READER reader;
-    ASSERT_TRUE(reader.open(&package, "data"));
-    char piece[4096];
-    INT_S32 got = 0;
-    for (int i = 0; i < 10000 && (got = reader.read(piece, sizeof piece)) > 0; ++i) {
-    }
-    EXPECT_EQ(got, -1);
-    EXPECT_EQ(last_error_code(), ERROR_READ);
-    EXPECT_EQ(reader.read(piece, sizeof piece), -1);
 }
 
 namespace {

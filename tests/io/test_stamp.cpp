@@ -56,28 +56,35 @@ TEST(STAMP_CHECK, larger_lengths_take_the_long_form)
     EXPECT_FALSE(stamp_check(none, &length, &crc));
 }
 
-TEST(STAMP_CHECK, a_long_form_check_is_verified_against_the_file)
+namespace {
+
+// A program with its stamp and `data` behind it as the data set, the check claiming `length`.
+bool write_stamped(const std::string& path, const std::string& data, INT_U64 length)
 {
-    // A program with its stamp and 100 bytes of data set: a long-form check that claims more
-    // than the file holds is damage; the short form of the true length is good.
-    TEMP_FOLDER temp;
-    FOLDER folder;
-    ASSERT_TRUE(folder.set_raw(temp.path().c_str()));
     std::string program = "prologue" + std::string(stamp_marker, STAMP_MARKER_SIZE);
     size_t stamp_at = program.size();
     program += std::string(STAMP_RECORD_SIZE, '\0');
-    std::string data(100, 'd');
     STAMP_RECORD record;
     record.flags = STAMP_FLAG_ALWAYS | STAMP_FLAG_DATA_SET;
     record.data_offset = static_cast<INT_U32>(program.size() - 1);
-    uLong crc = crc32(crc32(0L, Z_NULL, 0), reinterpret_cast<const Bytef*>(data.data()), 100);
+    uLong crc = crc32(crc32(0L, Z_NULL, 0), reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size()));
+    set_stamp_check(&record, length, static_cast<INT_U32>(crc));
+    std::string file = program + data;
+    stamp_record_to_bytes(record, reinterpret_cast<INT_U8*>(&file[stamp_at]));
+    return write_file(path, file);
+}
+
+} // namespace
+
+TEST(STAMP_CHECK, a_long_form_check_is_verified_against_the_file)
+{
+    // 100 bytes of data set: a long-form check that claims more than the file holds is damage;
+    // the short form of the true length is good.
+    TEMP_FOLDER temp;
+    FOLDER folder;
+    ASSERT_TRUE(folder.set_raw(temp.path().c_str()));
     for (INT_U64 length : { static_cast<INT_U64>(100), static_cast<INT_U64>((5ull << 30) + 100) }) {
-        set_stamp_check(&record, length, static_cast<INT_U32>(crc));
-        INT_U8 bytes[STAMP_RECORD_SIZE];
-        stamp_record_to_bytes(record, bytes);
-        std::string file = program + data;
-        memcpy(&file[stamp_at], bytes, STAMP_RECORD_SIZE);
-        ASSERT_TRUE(write_file(temp.file("setup"), file));
+        ASSERT_TRUE(write_stamped(temp.file("setup"), std::string(100, 'd'), length));
         EXPECT_EQ(verify_stamped_file(folder, "setup"), length == 100 ? STAMP_VERIFY_GOOD : STAMP_VERIFY_DAMAGED);
     }
 }
@@ -88,21 +95,9 @@ TEST(STAMP_CHECK, the_check_reports_its_progress_once_a_percent)
     TEMP_FOLDER temp;
     FOLDER folder;
     ASSERT_TRUE(folder.set_raw(temp.path().c_str()));
-    std::string program = "prologue" + std::string(stamp_marker, STAMP_MARKER_SIZE);
-    size_t stamp_at = program.size();
-    program += std::string(STAMP_RECORD_SIZE, '\0');
     // 40 pieces of the check's reading: 40 reports, each a higher percent.
     std::string data(40 * 65536, 'd');
-    STAMP_RECORD record;
-    record.flags = STAMP_FLAG_ALWAYS | STAMP_FLAG_DATA_SET;
-    record.data_offset = static_cast<INT_U32>(program.size() - 1);
-    uLong crc = crc32(crc32(0L, Z_NULL, 0), reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size()));
-    set_stamp_check(&record, data.size(), static_cast<INT_U32>(crc));
-    INT_U8 bytes[STAMP_RECORD_SIZE];
-    stamp_record_to_bytes(record, bytes);
-    std::string file = program + data;
-    memcpy(&file[stamp_at], bytes, STAMP_RECORD_SIZE);
-    ASSERT_TRUE(write_file(temp.file("setup"), file));
+    ASSERT_TRUE(write_stamped(temp.file("setup"), data, data.size()));
 
     std::vector<std::pair<INT_U64, INT_U64>> heard;
     auto listen = [](INT_U64 done, INT_U64 total, void* context) {

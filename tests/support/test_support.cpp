@@ -1,16 +1,19 @@
 #include "test_support.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 namespace {
@@ -82,14 +85,37 @@ TEMP_FOLDER::~TEMP_FOLDER()
         remove_tree(m_path);
 }
 
+SCOPED_ENVIRONMENT::~SCOPED_ENVIRONMENT()
+{
+    for (auto saved = m_saved.rbegin(); saved != m_saved.rend(); ++saved) {
+        if (saved->second.first)
+            setenv(saved->first.c_str(), saved->second.second.c_str(), 1);
+        else
+            unsetenv(saved->first.c_str());
+    }
+}
+
+void SCOPED_ENVIRONMENT::set(const char* name, const char* value)
+{
+    const char* old = getenv(name);
+    m_saved.push_back({ name, { old != nullptr, old ? old : "" } });
+    if (value)
+        setenv(name, value, 1);
+    else
+        unsetenv(name);
+}
+
+namespace {
+
 // Forks a child with standard input from /dev/null, both outputs into pipes and the extra
-// environment entries; the child runs `body` and exits with 0 if it returns. The parent collects
-// what the child printed and its status.
-RUN_RESULT run_captured(const std::function<void()>& body, const std::vector<std::string>& environment)
+// environment entries; the child runs `body` and exits with 0 if it returns. Answers the child's
+// pid (-1 when there is none) and the reading ends of its outputs.
+pid_t start_child(const std::function<void()>& body, const std::vector<std::string>& environment, int* out_fd,
+    int* err_fd)
 {
     int out_pipe[2], err_pipe[2];
     if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
-        return RUN_RESULT();
+        return -1;
     fflush(stdout);
     fflush(stderr);
     pid_t pid = fork();
@@ -108,30 +134,42 @@ RUN_RESULT run_captured(const std::function<void()>& body, const std::vector<std
     }
     close(out_pipe[1]);
     close(err_pipe[1]);
-    return collect(pid, out_pipe[0], err_pipe[0]);
+    *out_fd = out_pipe[0];
+    *err_fd = err_pipe[0];
+    return pid;
 }
+
+// A body that replaces the child with the program; the argument vector is made before the fork.
+std::function<void()> exec_body(const std::string& program, const std::vector<std::string>& arguments,
+    const std::string& working_folder = "")
+{
+    std::shared_ptr<std::vector<std::string>> words = std::make_shared<std::vector<std::string>>(arguments);
+    words->insert(words->begin(), program);
+    std::shared_ptr<std::vector<char*>> argv = std::make_shared<std::vector<char*>>();
+    for (std::string& word : *words)
+        argv->push_back(&word[0]);
+    argv->push_back(nullptr);
+    return [words, argv, working_folder] {
+        if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
+            _exit(126);
+        execv((*argv)[0], argv->data());
+        _exit(127);
+    };
+}
+
+} // namespace
 
 RUN_RESULT run_program(const std::string& program, const std::vector<std::string>& arguments,
     const std::vector<std::string>& environment, const std::string& working_folder)
 {
-    return run_captured(
-        [&] {
-            if (!working_folder.empty() && chdir(working_folder.c_str()) != 0)
-                _exit(126);
-            std::vector<char*> argv;
-            argv.push_back(const_cast<char*>(program.c_str()));
-            for (const std::string& argument : arguments)
-                argv.push_back(const_cast<char*>(argument.c_str()));
-            argv.push_back(nullptr);
-            execv(program.c_str(), argv.data());
-            _exit(127);
-        },
-        environment);
+    return run_in_child(exec_body(program, arguments, working_folder), environment);
 }
 
 RUN_RESULT run_in_child(const std::function<void()>& body, const std::vector<std::string>& environment)
 {
-    return run_captured(body, environment);
+    int out_fd = -1, err_fd = -1;
+    pid_t pid = start_child(body, environment, &out_fd, &err_fd);
+    return pid < 0 ? RUN_RESULT() : collect(pid, out_fd, err_fd);
 }
 
 std::string make_recording_program(const TEMP_FOLDER& folder, const std::string& name,
@@ -167,33 +205,7 @@ bool write_file(const std::string& path, const std::string& bytes)
 RUNNING_PROGRAM::RUNNING_PROGRAM(const std::string& program, const std::vector<std::string>& arguments,
     const std::vector<std::string>& environment)
 {
-    int out_pipe[2], err_pipe[2];
-    if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0)
-        return;
-    fflush(stdout);
-    fflush(stderr);
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(program.c_str()));
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    m_pid = fork();
-    if (m_pid == 0) {
-        int null_fd = open("/dev/null", O_RDONLY);
-        dup2(null_fd, STDIN_FILENO);
-        dup2(out_pipe[1], STDOUT_FILENO);
-        dup2(err_pipe[1], STDERR_FILENO);
-        close(out_pipe[0]);
-        close(err_pipe[0]);
-        for (const std::string& entry : environment)
-            putenv(strdup(entry.c_str()));
-        execv(program.c_str(), argv.data());
-        _exit(127);
-    }
-    close(out_pipe[1]);
-    close(err_pipe[1]);
-    m_out = out_pipe[0];
-    m_err = err_pipe[0];
+    m_pid = start_child(exec_body(program, arguments), environment, &m_out, &m_err);
 }
 
 RUNNING_PROGRAM::~RUNNING_PROGRAM()
@@ -284,6 +296,73 @@ int end_within(RUNNING_PROGRAM& program, int seconds)
     program.send(SIGKILL);
     program.finish();
     return -1000;
+}
+
+std::string noise_bytes(size_t size, unsigned seed)
+{
+    std::string bytes(size, 0);
+    unsigned state = seed * 2654435761u + 1;
+    for (char& byte : bytes) {
+        state = state * 1103515245u + 12345u;
+        byte = static_cast<char>(state >> 16);
+    }
+    return bytes;
+}
+
+namespace {
+
+void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
+{
+    DIR* listing = opendir(folder.c_str());
+    if (!listing)
+        return;
+    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        std::string path = folder + "/" + name;
+        struct stat facts {};
+        lstat(path.c_str(), &facts);
+        if (S_ISLNK(facts.st_mode)) {
+            (*tree)[prefix + name] = "<link>";
+        } else if (S_ISDIR(facts.st_mode)) {
+            (*tree)[prefix + name] = "<folder>";
+            list_tree(path, prefix + name + "/", tree);
+        } else {
+            (*tree)[prefix + name] = read_file(path);
+        }
+    }
+    closedir(listing);
+}
+
+} // namespace
+
+std::map<std::string, std::string> tree_of(const std::string& folder)
+{
+    std::map<std::string, std::string> tree;
+    list_tree(folder, "", &tree);
+    return tree;
+}
+
+std::string data_set_chunks(const std::string& bytes, size_t piece, bool compressed)
+{
+    std::string out;
+    for (size_t at = 0; at < bytes.size(); at += piece) {
+        std::string chunk = bytes.substr(at, piece);
+        if (compressed) {
+            uLongf packed_size = compressBound(chunk.size());
+            std::string packed(packed_size, '\0');
+            compress2(reinterpret_cast<Bytef*>(&packed[0]), &packed_size, reinterpret_cast<const Bytef*>(chunk.data()),
+                chunk.size(), 6);
+            chunk = packed.substr(0, packed_size);
+        }
+        size_t length = chunk.size();
+        const char length_bytes[4] = { static_cast<char>(length >> 24), static_cast<char>(length >> 16),
+            static_cast<char>(length >> 8), static_cast<char>(length) };
+        out.append(length_bytes, 4);
+        out += chunk;
+    }
+    return out;
 }
 
 std::string interleaved_bytes(size_t size, unsigned seed, unsigned noise_every, unsigned letter_run)

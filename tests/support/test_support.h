@@ -2,7 +2,9 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 // A fresh folder under the system's temporary folder, deleted with everything in it at the end
@@ -19,6 +21,21 @@ public:
 
 private:
     std::string m_path;
+};
+
+// Environment variables set or unset for a scope; each goes back to what it was at the end.
+class SCOPED_ENVIRONMENT {
+public:
+    SCOPED_ENVIRONMENT() = default;
+    ~SCOPED_ENVIRONMENT();
+    SCOPED_ENVIRONMENT(const SCOPED_ENVIRONMENT&) = delete;
+    SCOPED_ENVIRONMENT& operator=(const SCOPED_ENVIRONMENT&) = delete;
+
+    // Sets `name` to `value`, or unsets it when `value` is null.
+    void set(const char* name, const char* value);
+
+private:
+    std::vector<std::pair<std::string, std::pair<bool, std::string>>> m_saved;
 };
 
 struct RUN_RESULT {
@@ -90,6 +107,15 @@ std::string packer_path();
 // Whole-file helpers.
 std::string read_file(const std::string& path);
 bool write_file(const std::string& path, const std::string& bytes);
+
+// Incompressible bytes, the same for the same seed.
+std::string noise_bytes(size_t size, unsigned seed);
+// Every entry below `folder`, by relative path: a file's bytes, "<folder>" or "<link>".
+std::map<std::string, std::string> tree_of(const std::string& folder);
+
+// Bytes as a data set holds its chunks: pieces of at most `piece` bytes, each compressed (zlib,
+// level 6) or stored as it stands, behind its length in four big-endian bytes.
+std::string data_set_chunks(const std::string& bytes, size_t piece, bool compressed);
 
 // Payload bytes that packages compress unevenly, the same for the same arguments.
 // Letters with a byte of noise at every `noise_every`th place (a power of two), the letters

@@ -222,16 +222,6 @@ TEST(PACKER_BUILD, info_shows_the_run_time_in_front_and_what_it_needs)
     EXPECT_NE(odd.output.find("not an ELF program"), std::string::npos) << odd.output << odd.errors;
 }
 
-TEST(PACKER_BUILD, the_same_inputs_give_the_same_bytes)
-{
-    TEMP_FOLDER temp;
-    ASSERT_EQ(pack_sample(temp.file("one")).status, 0);
-    ASSERT_EQ(pack_sample(temp.file("two")).status, 0);
-    std::string one = read_file(temp.file("one"));
-    EXPECT_GT(one.size(), 1000000u);
-    EXPECT_TRUE(one == read_file(temp.file("two")));
-}
-
 namespace {
 
 // A small configuration of one file, with `extra` put into the INSTALLER element.
@@ -448,7 +438,7 @@ TEST(PACKER_BUILD, a_language_short_of_the_wizards_texts_is_a_warning_or_with_st
     EXPECT_EQ(read_file(temp.file("strict")), "");
 }
 
-TEST(PACKER_BUILD, the_same_inputs_in_another_folder_give_the_same_bytes_and_no_build_folder)
+TEST(PACKER_BUILD, the_same_inputs_here_or_in_another_folder_give_the_same_bytes_and_no_build_folder)
 {
     TEMP_FOLDER temp;
     std::string first = temp.file("a"), second = temp.file("b/deeper");

@@ -15,17 +15,6 @@
 
 namespace {
 
-std::string noise(size_t size)
-{
-    std::string bytes(size, 0);
-    unsigned state = 12345;
-    for (char& byte : bytes) {
-        state = state * 1103515245u + 12345u;
-        byte = static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 // Every name below `folder`, by relative path.
 void names_below(const std::string& folder, const std::string& prefix, std::vector<std::string>* names)
 {
@@ -154,7 +143,7 @@ TEST_F(PACKER_FAULTS, an_output_that_is_an_input_is_refused_and_the_input_kept)
 
 TEST_F(PACKER_FAULTS, every_signal_leaves_neither_temporary_files_nor_the_part_file)
 {
-    ASSERT_TRUE(write_file(source + "/payload/big.bin", noise(96u << 20)));
+    ASSERT_TRUE(write_file(source + "/payload/big.bin", noise_bytes(96u << 20, 0)));
     configure(file_line("a.txt") + file_line("big.bin"));
     int interrupted = 0;
     for (int signal_number : { SIGINT, SIGTERM, SIGHUP, SIGPIPE }) {

@@ -40,34 +40,18 @@ protected:
         std::string xdg = bin + "/xdg-desktop-menu", update = bin + "/update-menus";
         set_desktop_tools({ menus.c_str(), xdg.c_str(), update.c_str() });
         // The desktop folder comes from the test's own home, whatever the machine says.
-        remember("XDG_CONFIG_HOME", (home + "/.config").c_str());
-        remember("XDG_DESKTOP_DIR", nullptr);
+        environment.set("XDG_CONFIG_HOME", (home + "/.config").c_str());
+        environment.set("XDG_DESKTOP_DIR", nullptr);
     }
     void TearDown() override
     {
-        for (const auto& saved : saved_variables) {
-            if (saved.second.first)
-                setenv(saved.first.c_str(), saved.second.second.c_str(), 1);
-            else
-                unsetenv(saved.first.c_str());
-        }
         set_home_directory(nullptr);
         set_desktop_tools({ "/usr/lib/menu", "/usr/bin/xdg-desktop-menu", "/usr/bin/update-menus" });
     }
 
-    void remember(const char* name, const char* value)
-    {
-        const char* old = getenv(name);
-        saved_variables.push_back({ name, { old != nullptr, old ? old : "" } });
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-
     TEMP_FOLDER folder;
     std::string home, menus, record, bin;
-    std::vector<std::pair<std::string, std::pair<bool, std::string>>> saved_variables;
+    SCOPED_ENVIRONMENT environment;
 };
 
 mode_t mode_of(const std::string& path)

@@ -91,9 +91,8 @@ TEST(HOST_TEMP, a_home_without_a_usable_tmp_uses_tmpdir_or_the_system_tmp)
 {
     FAKE_HOME f("orlutmp-sys");
     rmdir((f.home + "/tmp").c_str());
-    const char* old = getenv("TMPDIR");
-    std::string kept = old ? old : "";
-    unsetenv("TMPDIR");
+    SCOPED_ENVIRONMENT environment;
+    environment.set("TMPDIR", nullptr);
     std::string temp = resolved("$TEMP");
     expect_run_folder(temp, "/tmp", "orlutmp-sys");
     host_remove_run_temp_folder();
@@ -103,14 +102,10 @@ TEST(HOST_TEMP, a_home_without_a_usable_tmp_uses_tmpdir_or_the_system_tmp)
     ASSERT_EQ(chmod((f.home + "/tmp").c_str(), 0777), 0);
     std::string chosen = f.make("chosen");
     ASSERT_EQ(chmod(chosen.c_str(), 0700), 0);
-    setenv("TMPDIR", chosen.c_str(), 1);
+    environment.set("TMPDIR", chosen.c_str());
     temp = resolved("$TEMP");
     expect_run_folder(temp, chosen, "orlutmp-sys");
     host_remove_run_temp_folder();
-    if (old)
-        setenv("TMPDIR", kept.c_str(), 1);
-    else
-        unsetenv("TMPDIR");
 }
 
 TEST(HOST_TEMP, a_stale_folder_of_a_dead_run_goes_and_a_living_one_stays)

@@ -101,6 +101,13 @@ protected:
         return host_open_window(request, &w, &h);
     }
     std::string window_id() const { return std::to_string(x11_window_id()); }
+    // A server and a 200 by 100 window under this title, mapped.
+    void start_with_window(const char* title)
+    {
+        start();
+        ASSERT_EQ(open(200, 100, title), DISPLAY_OK) << display_failure_text();
+        ASSERT_EQ(wait_for_window(*server, title, WAIT_MS), window_id());
+    }
     std::unique_ptr<XVFB_SERVER> server;
 };
 
@@ -276,11 +283,9 @@ void on_close() { close_seen = true; }
 
 TEST_F(X11_DISPLAY, the_window_managers_close_reaches_the_close_handler)
 {
-    start();
-    ASSERT_EQ(open(200, 100, "Close Me"), DISPLAY_OK);
     close_seen = false;
     set_close_handler(on_close);
-    ASSERT_EQ(wait_for_window(*server, "Close Me", WAIT_MS), window_id());
+    ASSERT_NO_FATAL_FAILURE(start_with_window("Close Me"));
     ASSERT_TRUE(send_close_request(*server, x11_window_id()));
     EXPECT_TRUE(pump_until([] { return close_seen; }));
     EXPECT_TRUE(host_window_is_open()) << "closing is the application's decision";
@@ -288,9 +293,7 @@ TEST_F(X11_DISPLAY, the_window_managers_close_reaches_the_close_handler)
 
 TEST_F(X11_DISPLAY, keys_give_base_keysyms_and_ctrl_c_types_c)
 {
-    start();
-    ASSERT_EQ(open(200, 100, "Keys"), DISPLAY_OK);
-    ASSERT_EQ(wait_for_window(*server, "Keys", WAIT_MS), window_id());
+    ASSERT_NO_FATAL_FAILURE(start_with_window("Keys"));
     ASSERT_TRUE(ORLU_EVENT_CLIENT::set_char_buffer(16));
 
     xdotool(*server, { "key", "--window", window_id(), "ctrl+c" });
@@ -317,9 +320,7 @@ TEST_F(X11_DISPLAY, keys_give_base_keysyms_and_ctrl_c_types_c)
 
 TEST_F(X11_DISPLAY, a_held_key_is_down_by_the_key_map_while_the_window_has_the_focus)
 {
-    start();
-    ASSERT_EQ(open(200, 100, "Held"), DISPLAY_OK);
-    ASSERT_EQ(wait_for_window(*server, "Held", WAIT_MS), window_id());
+    ASSERT_NO_FATAL_FAILURE(start_with_window("Held"));
     xdotool(*server, { "windowfocus", "--sync", window_id() });
     ASSERT_TRUE(pump_until([] { return window_has_focus != 0; }));
     xdotool(*server, { "keydown", "shift" });
@@ -333,9 +334,7 @@ INT_U32 fake_clock() { return fake_time; }
 
 TEST_F(X11_DISPLAY, pointer_buttons_wheel_and_double_clicks_from_xdotool)
 {
-    start();
-    ASSERT_EQ(open(200, 100, "Pointer"), DISPLAY_OK);
-    ASSERT_EQ(wait_for_window(*server, "Pointer", WAIT_MS), window_id());
+    ASSERT_NO_FATAL_FAILURE(start_with_window("Pointer"));
     set_millisecond_clock(fake_clock);
     fake_time = 10000;
 
@@ -363,9 +362,7 @@ TEST_F(X11_DISPLAY, pointer_buttons_wheel_and_double_clicks_from_xdotool)
 
 TEST_F(X11_DISPLAY, leaving_with_a_button_down_clears_the_mask_and_the_release_outside_changes_nothing)
 {
-    start();
-    ASSERT_EQ(open(200, 100, "Leave"), DISPLAY_OK);
-    ASSERT_EQ(wait_for_window(*server, "Leave", WAIT_MS), window_id());
+    ASSERT_NO_FATAL_FAILURE(start_with_window("Leave"));
     xdotool(*server, { "mousemove", "--window", window_id(), "20", "20", "mousedown", "1" });
     ASSERT_TRUE(pump_until([] { return button_mask == BUTTON_PRIMARY; }));
     // Far outside the window, on the root.
@@ -549,9 +546,8 @@ TEST_F(X11_DISPLAY, text_of_another_program_is_read_through_the_server_and_cut_t
 TEST(X11_CONNECTION, without_display_the_reason_says_so)
 {
     use_display_back_end(x11_display_back_end());
-    const char* saved = getenv("DISPLAY");
-    std::string kept = saved ? saved : "";
-    unsetenv("DISPLAY");
+    SCOPED_ENVIRONMENT environment;
+    environment.set("DISPLAY", nullptr);
     EXPECT_FALSE(host_connect_display());
     EXPECT_STREQ(display_failure_text(), "DISPLAY is not set");
     WINDOW_REQUEST request;
@@ -560,13 +556,9 @@ TEST(X11_CONNECTION, without_display_the_reason_says_so)
     EXPECT_EQ(host_open_window(request, &w, &h), DISPLAY_NO_SERVER);
     EXPECT_EQ(desktop_width(), 0);
 
-    setenv("DISPLAY", ":32767", 1); // nobody listens there
+    environment.set("DISPLAY", ":32767"); // nobody listens there
     EXPECT_FALSE(host_connect_display());
     EXPECT_STREQ(display_failure_text(), "the X display \":32767\" cannot be opened");
-    if (saved)
-        setenv("DISPLAY", kept.c_str(), 1);
-    else
-        unsetenv("DISPLAY");
     use_display_back_end(nullptr);
 }
 

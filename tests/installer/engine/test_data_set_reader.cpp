@@ -4,7 +4,6 @@
 // the old way refused at open.
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstring>
 #include <memory>
@@ -191,20 +190,7 @@ bool rewrite_data_set(const TEMP_FOLDER& temp, const DATA_SET_HEADER& header, co
 {
     std::string bytes = read_file(temp.file("setup"));
     bytes.resize(header.chunk_start + 1);
-    for (size_t at = 1; at < package.size(); at += piece) {
-        size_t size = package.size() - at < piece ? package.size() - at : piece;
-        uLongf packed_size = compressBound(size);
-        std::string packed(packed_size, '\0');
-        if (compress2(reinterpret_cast<Bytef*>(&packed[0]), &packed_size, reinterpret_cast<const Bytef*>(package.data() + at),
-                size, 6)
-            != Z_OK)
-            return false;
-        INT_U32 length = static_cast<INT_U32>(packed_size);
-        char big_endian[4] = { static_cast<char>(length >> 24), static_cast<char>(length >> 16),
-            static_cast<char>(length >> 8), static_cast<char>(length) };
-        bytes.append(big_endian, 4);
-        bytes.append(packed, 0, packed_size);
-    }
+    bytes += data_set_chunks(package.substr(1), piece, true);
     return write_file(temp.file("setup"), bytes);
 }
 

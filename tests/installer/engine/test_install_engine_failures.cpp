@@ -52,8 +52,8 @@ protected:
     void SetUp() override
     {
         // The desktop folder is the fake home's, whatever this machine's settings say.
-        remember("XDG_CONFIG_HOME", (home.home + "/.config").c_str());
-        remember("XDG_DESKTOP_DIR", nullptr);
+        environment.set("XDG_CONFIG_HOME", (home.home + "/.config").c_str());
+        environment.set("XDG_DESKTOP_DIR", nullptr);
         target = home.temp.file("target");
         source = home.make("source");
         ASSERT_TRUE(write_file(source + "/tool", "#!/bin/sh\n"));
@@ -84,26 +84,6 @@ protected:
         main.files[0].dest_path_from_inst_loc = database.file_texts.store("$HERE/bin");
         main.files[0].packed_name = database.file_texts.store("main0001");
     }
-    void TearDown() override
-    {
-        for (const auto& saved : saved_variables) {
-            if (saved.second.first)
-                setenv(saved.first.c_str(), saved.second.second.c_str(), 1);
-            else
-                unsetenv(saved.first.c_str());
-        }
-    }
-
-    void remember(const char* name, const char* value)
-    {
-        const char* old = getenv(name);
-        saved_variables.push_back({ name, { old != nullptr, old ? old : "" } });
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-
     // Steps until the run is done; answers the number of steps, or -1 when it did not end.
     int run_to_end(int most = 1000)
     {
@@ -122,7 +102,7 @@ protected:
     DATABASE database;
     DETAIL_REPORTER reporter;
     INSTALL_ENGINE engine;
-    std::vector<std::pair<std::string, std::pair<bool, std::string>>> saved_variables;
+    SCOPED_ENVIRONMENT environment;
 };
 
 } // namespace

@@ -106,23 +106,6 @@ TEST_F(PATCH_DIFFER, reports_added_changed_moved_and_deleted_files)
         << pack.errors;
 }
 
-TEST_F(PATCH_DIFFER, identical_data_sets_give_no_file_lines)
-{
-    ASSERT_TRUE(write_file(folder + "/payload/a.txt", "a"));
-    make_data_set("one", file("a.txt", "$HERE"));
-    make_data_set("two", file("a.txt", "$HERE"));
-    RUN_RESULT run = diff("@ROOT1" + folder + "/one.pkg=@ROOT1" + folder + "/two.pkg");
-    EXPECT_EQ(run.output.find("\t\tFile "), std::string::npos) << run.output;
-    EXPECT_NE(run.output.find("Installation (0)\n\nDone\n"), std::string::npos) << run.output;
-}
-
-TEST_F(PATCH_DIFFER, argument_faults_have_their_messages)
-{
-    EXPECT_EQ(diff("only-one").output, "Creating File Differences\n-------------------------\n\nSecond file was not supplied\n");
-    EXPECT_EQ(diff("@ROOT1/nonexistent/a.pkg=@ROOT1/nonexistent/b.pkg").output,
-        "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
-}
-
 TEST_F(PATCH_DIFFER, absolute_paths_and_finished_installers_are_taken_as_they_stand)
 {
     ASSERT_TRUE(write_file(folder + "/payload/a.txt", "first"));
@@ -154,13 +137,14 @@ TEST_F(PATCH_DIFFER, absolute_paths_and_finished_installers_are_taken_as_they_st
         << run.output;
     EXPECT_EQ(read_file(folder + "/new/patch.xml"), patch);
 
-    // A file that is neither is refused with the message of old.
+    // A file that is neither is refused with the message of old, and so is a lone argument.
     ASSERT_TRUE(write_file(folder + "/plain.txt", "not a data set"));
     run = diff(folder + "/plain.txt=" + folder + "/two.pkg");
     EXPECT_EQ(run.output, "Creating File Differences\n-------------------------\n\nFailed to load first database\n");
+    EXPECT_EQ(diff("only-one").output, "Creating File Differences\n-------------------------\n\nSecond file was not supplied\n");
 }
 
-TEST_F(PATCH_DIFFER, contents_are_compared_whole_whatever_their_lengths)
+TEST_F(PATCH_DIFFER, contents_are_compared_whole_whatever_their_lengths_and_equal_files_give_no_line)
 {
     std::string long_text(5000, 'x');
     ASSERT_TRUE(write_file(folder + "/payload/same.bin", long_text));

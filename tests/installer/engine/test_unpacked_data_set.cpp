@@ -31,13 +31,6 @@ bool collect(const void* bytes, INT_U32 size, void* context)
     return true;
 }
 
-std::string big_endian(INT_U32 value)
-{
-    char bytes[4] = { static_cast<char>(value >> 24), static_cast<char>(value >> 16), static_cast<char>(value >> 8),
-        static_cast<char>(value) };
-    return std::string(bytes, 4);
-}
-
 const std::string SEPARATOR(4, '\0');
 
 class UNPACKED_PACKAGES : public ::testing::Test {
@@ -97,19 +90,7 @@ protected:
     }
 
     // A package's bytes as compressed chunks of at most 30000 bytes each.
-    static std::string chunks_of(const std::string& package)
-    {
-        std::string out;
-        for (size_t at = 0; at < package.size(); at += 30000) {
-            size_t size = std::min<size_t>(30000, package.size() - at);
-            uLongf packed_size = compressBound(size);
-            std::string packed(packed_size, '\0');
-            compress2(reinterpret_cast<Bytef*>(&packed[0]), &packed_size, reinterpret_cast<const Bytef*>(package.data() + at),
-                size, 6);
-            out += big_endian(static_cast<INT_U32>(packed_size)) + packed.substr(0, packed_size);
-        }
-        return out;
-    }
+    static std::string chunks_of(const std::string& package) { return data_set_chunks(package, 30000, true); }
 
     // The packages joined again as chunks, parted by chunks of length 0.
     std::string chunks_of_all() const
