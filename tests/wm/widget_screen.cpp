@@ -95,11 +95,6 @@ void WIDGET_SCREEN::advance(INT_U32 milliseconds)
     headless_advance_time(milliseconds);
 }
 
-INT_U32 WIDGET_SCREEN::now() const
-{
-    return headless_time();
-}
-
 void WIDGET_SCREEN::move(INT_S32 x, INT_S32 y)
 {
     headless_move_pointer(x, y);
@@ -113,16 +108,6 @@ void WIDGET_SCREEN::press()
 void WIDGET_SCREEN::release()
 {
     headless_release_button(1);
-}
-
-void WIDGET_SCREEN::press_right()
-{
-    headless_press_button(3);
-}
-
-void WIDGET_SCREEN::release_right()
-{
-    headless_release_button(3);
 }
 
 void WIDGET_SCREEN::key_down(INT_U32 keysym, INT_U32 character)

@@ -30,14 +30,11 @@ protected:
     // n frames, `step` milliseconds apart; answers the last non-zero code.
     INT_S32 frames(INT_S32 n, INT_U32 step = 0);
     void advance(INT_U32 milliseconds);
-    [[nodiscard]] INT_U32 now() const;
 
     // Scripted input, delivered by the next frame().
     void move(INT_S32 x, INT_S32 y);
     void press();
     void release();
-    void press_right();
-    void release_right();
     void key_down(INT_U32 keysym, INT_U32 character = 0);
     void key_up(INT_U32 keysym);
     // Press in one frame, release in the next; answers the code of each.

@@ -52,6 +52,14 @@ bool near(COLOUR a, COLOUR b, INT_S32 tolerance = 2)
         && abs(a.blue() - b.blue()) <= tolerance;
 }
 
+// A plain button 80 by 30 at (x, y).
+WM_BUTTON* button_at(INT_S16 x, INT_S16 y, const char* title, INT_U8 trigger = TRIGGER_RELEASE,
+    WM_CALLBACK callback = nullptr, PTR_INT_CAST data = 0)
+{
+    return new WM_BUTTON(x, y, static_cast<INT_S16>(x + 79), static_cast<INT_S16>(y + 29), title, COLOUR_BLACK,
+        COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10, 14, 14, -1, -1, -1, -1, -1, -1, trigger, callback, data, 0);
+}
+
 class DIALOG : public WIDGET_SCREEN {};
 
 INT_S32 answer_33(WM_SCREEN_OBJECT*, PTR_INT_CAST, PTR_INT_CAST)
@@ -63,10 +71,9 @@ INT_S32 answer_33(WM_SCREEN_OBJECT*, PTR_INT_CAST, PTR_INT_CAST)
 
 // --- Shown, before the first paint ------------------------------------------------------------------
 
-TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_answers_its_resting_place)
+TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_alpha_0_counts_as_drawn)
 {
     WM_DIALOG* dialog = make_dialog(0x47C);
-    EXPECT_EQ(dialog->get_x(), 220);
     EXPECT_EQ(dialog->get_y(), 190);
     for (INT_S32 i = 0; i < 10; ++i) {
         advance(100);
@@ -74,19 +81,17 @@ TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_answers_its_resti
     }
     EXPECT_EQ(dialog->alpha, 0);
     EXPECT_EQ(dialog->target_alpha, 0);
+    EXPECT_EQ(dialog->x, 220);
     EXPECT_EQ(dialog->y, 190);
-    EXPECT_EQ(dialog->get_y(), 190);
     delete dialog;
-}
 
-TEST_F(DIALOG, shown_with_alpha_0_counts_as_drawn_without_painting)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_FADE_IN);
-    add_overlay(dialog);
+    // Shown with a fade in: drawn at alpha 0, without painting.
+    WM_DIALOG* fading = make_dialog(DIALOG_FADE_IN);
+    add_overlay(fading);
     frame();
-    EXPECT_EQ(dialog->drawn, 1);
-    EXPECT_EQ(dialog->alpha, 0);
-    EXPECT_EQ(dialog->target_alpha, 255);
+    EXPECT_EQ(fading->drawn, 1);
+    EXPECT_EQ(fading->alpha, 0);
+    EXPECT_EQ(fading->target_alpha, 255);
     EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
 }
 
@@ -310,13 +315,12 @@ TEST_F(DIALOG, closing_close_again_does_nothing_more)
 TEST_F(DIALOG, open_press_outside_a_dialog_with_border_sides_closes_it_and_goes_no_further)
 {
     INT_S32 clicks = 0;
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_PRESS,
+    WM_BUTTON* behind = button_at(10, 10, "Behind", TRIGGER_PRESS,
         [](WM_SCREEN_OBJECT*, PTR_INT_CAST data1, PTR_INT_CAST) -> INT_S32 {
             ++*reinterpret_cast<INT_S32*>(data1);
             return 0;
         },
-        reinterpret_cast<PTR_INT_CAST>(&clicks), 0);
+        reinterpret_cast<PTR_INT_CAST>(&clicks));
     add(behind);
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
     dialog->border_sides = 1;
@@ -333,12 +337,10 @@ TEST_F(DIALOG, open_press_outside_a_dialog_with_border_sides_closes_it_and_goes_
 
 TEST_F(DIALOG, open_code_33_from_a_button_closes_it_and_rebuilds_the_area_behind_keeping_the_overlays)
 {
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* behind = button_at(10, 10, "Behind");
     add(behind);
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
-    WM_BUTTON* button = new WM_BUTTON(10, 10, 89, 39, "Rebuild", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, answer_33, 0, 0);
+    WM_BUTTON* button = button_at(10, 10, "Rebuild", TRIGGER_RELEASE, answer_33);
     dialog->add_child(button, true);
     add_overlay(dialog);
     frames(2);
@@ -406,8 +408,7 @@ TEST_F(DIALOG, open_press_on_the_title_drags_it_translucent_and_it_stays_where_d
 TEST_F(DIALOG, open_press_on_a_child_does_not_drag)
 {
     WM_DIALOG* dialog = make_dialog(0);
-    WM_BUTTON* button = new WM_BUTTON(10, 10, 89, 39, "Child", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* button = button_at(10, 10, "Child");
     dialog->add_child(button, true);
     add_overlay(dialog);
     frames(2);
@@ -441,16 +442,13 @@ TEST_F(DIALOG, open_drag_with_jumping_alpha_goes_translucent_at_once)
 
 TEST_F(DIALOG, on_top_it_keeps_the_keyboard_focus_inside_itself)
 {
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* behind = button_at(10, 10, "Behind");
     add(behind);
     behind->take_focus();
     ASSERT_TRUE(behind->has_focus());
     WM_DIALOG* dialog = make_dialog(0);
-    WM_BUTTON* first = new WM_BUTTON(10, 10, 89, 39, "One", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10, 14,
-        14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
-    WM_BUTTON* second = new WM_BUTTON(100, 10, 179, 39, "Two", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* first = button_at(10, 10, "One");
+    WM_BUTTON* second = button_at(100, 10, "Two");
     dialog->add_child(first, true);
     dialog->add_child(second, true);
     add_overlay(dialog);
