@@ -181,8 +181,11 @@ TEST_F(CONFIRM, progress_dialog_shows_each_value_on_the_display_before_it_return
         nullptr, true);
     add_overlay(dialog);
     INT_S32 shown = headless_frames_presented();
-    // No frame runs between these calls: each has to reach the display by itself.
+    // No frame runs between these calls: each has to reach the display by itself, at its place
+    // and without an effect.
     dialog->set_value(100);
+    EXPECT_EQ(dialog->x, (SCREEN_WIDTH - dialog->width) / 2);
+    EXPECT_EQ(dialog->alpha, 255);
     EXPECT_GT(headless_frames_presented(), shown);
     EXPECT_EQ(value.as_int(&value.value), 100);
     WM_PROGRESS_BAR* bar = dialog->bar();
@@ -196,17 +199,10 @@ TEST_F(CONFIRM, progress_dialog_shows_each_value_on_the_display_before_it_return
     dialog->set_status("Copying file 2");
     EXPECT_GT(headless_frames_presented(), shown);
     EXPECT_STREQ(dialog->status_line()->get_text(), "Copying file 2");
-}
-
-TEST_F(CONFIRM, progress_dialog_shown_now_is_painted_at_its_place_without_an_effect)
-{
-    WM_PROGRESS_BAR_DIALOG* dialog = new WM_PROGRESS_BAR_DIALOG("Unpacking", nullptr, nullptr, COLOUR_GREEN, false,
+    WM_PROGRESS_BAR_DIALOG* plain = new WM_PROGRESS_BAR_DIALOG("Unpacking", nullptr, nullptr, COLOUR_GREEN, false,
         nullptr, true);
-    add_overlay(dialog);
-    dialog->set_value(10);
-    EXPECT_EQ(dialog->x, (SCREEN_WIDTH - dialog->width) / 2);
-    EXPECT_EQ(dialog->alpha, 255);
-    EXPECT_EQ(dialog->status_line(), nullptr);
+    EXPECT_EQ(plain->status_line(), nullptr) << "no status text: no status line";
+    delete plain;
 }
 
 // --- Text edit dialog --------------------------------------------------------------------------------------

@@ -284,17 +284,6 @@ TEST_F(DIALOG, open_close_with_fade_out_falls_to_0_and_hides)
     EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
 }
 
-TEST_F(DIALOG, open_close_without_an_effect_goes_at_once)
-{
-    WM_DIALOG* dialog = make_dialog(0);
-    add_overlay(dialog);
-    frames(2);
-    dialog->close(true);
-    frame();
-    frame();
-    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
-}
-
 TEST_F(DIALOG, closing_close_again_does_nothing_more)
 {
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
@@ -310,6 +299,15 @@ TEST_F(DIALOG, closing_close_again_does_nothing_more)
     EXPECT_EQ(dialog->effect_start, started);
     EXPECT_EQ(dialog->from_alpha, from);
     EXPECT_EQ(dialog->destroy_when_closed, 0);
+
+    // Without an effect it goes at once.
+    page->clear_objects(true, false);
+    WM_DIALOG* plain = make_dialog(0);
+    add_overlay(plain);
+    frames(2);
+    plain->close(true);
+    frames(2);
+    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
 }
 
 TEST_F(DIALOG, open_press_outside_a_dialog_with_border_sides_closes_it_and_goes_no_further)
@@ -405,7 +403,7 @@ TEST_F(DIALOG, open_press_on_the_title_drags_it_translucent_and_it_stays_where_d
     EXPECT_TRUE(all_of(380, 190, 419, 239, PAGE_COLOUR));
 }
 
-TEST_F(DIALOG, open_press_on_a_child_does_not_drag)
+TEST_F(DIALOG, open_press_on_a_child_does_not_drag_and_without_fades_the_drag_alpha_jumps)
 {
     WM_DIALOG* dialog = make_dialog(0);
     WM_BUTTON* button = button_at(10, 10, "Child");
@@ -422,13 +420,10 @@ TEST_F(DIALOG, open_press_on_a_child_does_not_drag)
     frame();
     EXPECT_FALSE(dialog->is_dragged());
     EXPECT_EQ(dialog->x, 220);
-}
+    release();
+    frame();
 
-TEST_F(DIALOG, open_drag_with_jumping_alpha_goes_translucent_at_once)
-{
-    WM_DIALOG* dialog = make_dialog(0);
-    add_overlay(dialog);
-    frames(2);
+    // On the title, without a fade down or up, it goes translucent at once.
     move(230, dialog->title_object->y + 3);
     press();
     frame();

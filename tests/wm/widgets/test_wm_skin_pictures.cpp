@@ -5,6 +5,8 @@
 
 #include "widget_screen.h"
 
+#include <functional>
+
 #include "wm/dialogs/wm_dialog.h"
 #include "wm/widgets/wm_button.h"
 #include "wm/widgets/wm_check_box.h"
@@ -108,16 +110,6 @@ void draw_buttons(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_button_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) {
-        draw_buttons(style, page);
-        move(X + 190, Y + 18);
-    }, sample_style("button/button.ss"), BUTTONS, &image);
-    compare_with_reference(image, "skin_buttons.png");
-}
-
 TEST_F(SKIN_PICTURES, button_mouse_over_text_colour_changes_only_the_text_of_the_button_pointed_at)
 {
     // The pointer moves by a pixel for the second drawing, so that the new button hears of it.
@@ -165,14 +157,6 @@ void draw_check_boxes(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_check_box_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_check_boxes(style, page); }, sample_style("check_box/check_box.ss"),
-        CHECK_BOXES, &image);
-    compare_with_reference(image, "skin_check_boxes.png");
-}
-
 TEST_F(SKIN_PICTURES, check_box_fg_colour_changes_the_marks_and_labels_only)
 {
     IMAGE before, after;
@@ -219,16 +203,6 @@ WM_DIALOG* draw_dialog(WM_STYLE_SET* frame_style, WM_STYLE_SET* title_style, WM_
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_dialog_styles_match_their_reference)
-{
-    WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
-    WM_STYLE_SET* button_style = sample_style("button/button.ss");
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_dialog(style, title_style, button_style, page); },
-        sample_style("dialog/background.ss"), DIALOG, &image);
-    compare_with_reference(image, "skin_dialog.png");
-}
-
 TEST_F(SKIN_PICTURES, dialog_background_colour_changes_the_frame_and_not_the_title_or_buttons)
 {
     WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
@@ -262,13 +236,6 @@ void draw_title(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_title_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_title(style, page); }, sample_style("title/title.ss"), TITLE, &image);
-    compare_with_reference(image, "skin_title.png");
-}
-
 TEST_F(SKIN_PICTURES, title_fg_colour_changes_the_letters_and_leaves_their_shadow)
 {
     IMAGE before, after;
@@ -301,12 +268,39 @@ void draw_bar(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_progress_bar_style_matches_its_reference)
+TEST_F(SKIN_PICTURES, each_sample_style_matches_its_reference)
 {
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_bar(style, page); }, sample_style("progress_bar/progress_bar.ss"), BAR,
-        &image);
-    compare_with_reference(image, "skin_progress_bar.png");
+    WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
+    WM_STYLE_SET* button_style = sample_style("button/button.ss");
+    struct CASE {
+        const char* style;
+        std::function<void(WM_STYLE_SET*)> draw;
+        AREA area;
+        const char* reference;
+    } cases[] = {
+        { "button/button.ss",
+            [&](WM_STYLE_SET* style) {
+                draw_buttons(style, page);
+                move(X + 190, Y + 18);
+            },
+            BUTTONS, "skin_buttons.png" },
+        { "check_box/check_box.ss", [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); }, CHECK_BOXES,
+            "skin_check_boxes.png" },
+        { "dialog/background.ss", [&](WM_STYLE_SET* style) { draw_dialog(style, title_style, button_style, page); },
+            DIALOG, "skin_dialog.png" },
+        { "title/title.ss", [&](WM_STYLE_SET* style) { draw_title(style, page); }, TITLE, "skin_title.png" },
+        { "progress_bar/progress_bar.ss", [&](WM_STYLE_SET* style) { draw_bar(style, page); }, BAR,
+            "skin_progress_bar.png" },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.reference);
+        wm_toolkit.page_manager->background_colour = PAGE_COLOUR;
+        move(0, 0);
+        clear_page();
+        IMAGE image;
+        picture(c.draw, sample_style(c.style), c.area, &image);
+        compare_with_reference(image, c.reference);
+    }
 }
 
 TEST_F(SKIN_PICTURES, progress_bar_fg_colour_changes_the_text_on_the_track_only)
