@@ -68,8 +68,9 @@ private:
 };
 
 // Compares a picture with the stored reference tests/data/<name> within a tolerance: a few
-// pixels may differ by much (an edge a font hints differently), the rest by little.
-// ORLU_UPDATE_REFERENCES=1 writes the reference anew.
+// pixels may differ by much (an edge a font hints differently), the rest by little. The
+// references were looked at by eye and are only read here: the code under test never writes its
+// own expectation.
 void compare_with_reference(const IMAGE& image, const char* name);
 
 // Pixels that differ between two pictures of the same size, by more than `tolerance` in any
