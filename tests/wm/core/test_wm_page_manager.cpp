@@ -93,15 +93,22 @@ TEST_F(PAGE_MANAGER, set_page_ignores_a_null_build_and_a_newer_pending_page_drop
     EXPECT_EQ(second.builds, 1);
 }
 
-TEST_F(PAGE_MANAGER, a_new_page_replaces_the_old_pages_objects)
+TEST_F(PAGE_MANAGER, a_new_page_replaces_the_old_pages_objects_and_the_same_page_is_rebuilt_in_place)
 {
     TEST_PAGE& a = entered("a", true, 1);
-    entered("b", true, 2);
+    TEST_PAGE& b = entered("b", true, 2);
     EXPECT_EQ(a.leaves, 1);
     EXPECT_EQ(log_count("delete:a0"), 1);
     ASSERT_EQ(area0()->child_count(), 1);
     EXPECT_EQ(static_cast<PROBE*>(area0()->get_child(0))->name, "b0");
     EXPECT_TRUE(area0()->visible) << "the area is shown again after the build";
+
+    // The same page again is rebuilt without a second entry.
+    enter(b, true, 2);
+    EXPECT_EQ(area0()->count, 2);
+    EXPECT_EQ(b.builds, 2);
+    EXPECT_EQ(b.frees, 0) << "the page's data is still in use by the entry that replaced it";
+    EXPECT_TRUE(area0()->current_entry().store) << "the new entry keeps its own store";
 }
 
 // --- History -------------------------------------------------------------------------------------
@@ -139,17 +146,6 @@ TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one_and_gone_when_
     EXPECT_EQ(area0()->current_entry().id, 3u);
     EXPECT_EQ(d.frees, 1);
     EXPECT_FALSE(manager->can_go_forward(0));
-}
-
-TEST_F(PAGE_MANAGER, setting_the_same_page_again_rebuilds_it_without_a_second_entry)
-{
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
-    enter(a, true, 1);
-    EXPECT_EQ(area0()->count, 1);
-    EXPECT_EQ(a.builds, 2);
-    EXPECT_EQ(a.frees, 0) << "the page's data is still in use by the entry that replaced it";
-    EXPECT_TRUE(area0()->current_entry().store) << "the new entry keeps its own store";
 }
 
 TEST_F(PAGE_MANAGER, back_and_forward_skip_entries_of_the_same_id)
