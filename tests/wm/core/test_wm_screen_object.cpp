@@ -525,7 +525,7 @@ void watch_focus(PROBE& probe, const char* label)
 }
 } // namespace
 
-TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_and_refuses_what_cannot_take_it)
+TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_refuses_what_cannot_take_it_and_a_deleted_focus_goes)
 {
     focus_events.clear();
     PROBE a("a", 0, 0, 10, 10, COLOUR(), true);
@@ -542,10 +542,8 @@ TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_and_refuses_what_cannot_take
     EXPECT_EQ(wm_toolkit.focus_object, &b);
     EXPECT_EQ(focus_events, (std::vector<std::string> { "a+", "a-", "b+" }));
     EXPECT_TRUE(wm_toolkit.focus_seen);
-}
 
-TEST_F(SCREEN_OBJECT, deleting_the_focus_object_clears_the_focus_and_calls_the_hooks)
-{
+    // Deleting the focus object clears the focus and calls the hooks.
     focus_events.clear();
     static std::vector<std::string> hooks;
     hooks.clear();
@@ -560,7 +558,7 @@ TEST_F(SCREEN_OBJECT, deleting_the_focus_object_clears_the_focus_and_calls_the_h
     wm_toolkit.object_created_hook = nullptr;
     wm_toolkit.object_destroyed_hook = nullptr;
     EXPECT_EQ(wm_toolkit.focus_object, nullptr);
-    EXPECT_EQ(focus_events, (std::vector<std::string> { "o+", "o-" }));
+    EXPECT_EQ(focus_events, (std::vector<std::string> { "b-", "o+", "o-" }));
     EXPECT_EQ(hooks, (std::vector<std::string> { "created:o", "destroyed" }));
 }
 

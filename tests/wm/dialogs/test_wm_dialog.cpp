@@ -97,7 +97,7 @@ TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_alpha_0_counts_as
 
 // --- Opening ----------------------------------------------------------------------------------------
 
-TEST_F(DIALOG, first_paint_with_0x47C_slides_in_from_above_the_display_in_300_ms)
+TEST_F(DIALOG, with_0x47C_it_slides_in_from_above_the_display_in_300_ms_and_out_the_same_way)
 {
     WM_DIALOG* dialog = make_dialog(0x47C);
     add_overlay(dialog);
@@ -124,9 +124,23 @@ TEST_F(DIALOG, first_paint_with_0x47C_slides_in_from_above_the_display_in_300_ms
     EXPECT_TRUE(near(pixel(inside_x(dialog), inside_y(dialog)), FRAME_COLOUR));
     // Nothing of it is left above.
     EXPECT_TRUE(all_of(220, 0, 419, 189, PAGE_COLOUR));
+
+    // Closed, it slides out the same way and is deleted when asked.
+    dialog->close(true);
+    frame();
+    EXPECT_EQ(dialog->y, 190);
+    advance(150);
+    frame();
+    EXPECT_EQ(dialog->y, 190 + 150 * (-100 - 190) / 300);
+    EXPECT_EQ(dialog->get_y(), 190);
+    advance(150);
+    frames(2);
+    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
+    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(dialog));
+    EXPECT_TRUE(all_of(220, 0, 419, 479, PAGE_COLOUR));
 }
 
-TEST_F(DIALOG, first_paint_with_fade_in_rises_from_0_to_255_over_open_delay)
+TEST_F(DIALOG, with_fades_it_rises_from_0_to_255_over_open_delay_and_falls_to_0_when_closed)
 {
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_IN | DIALOG_FADE_OUT);
     add_overlay(dialog);
@@ -143,6 +157,23 @@ TEST_F(DIALOG, first_paint_with_fade_in_rises_from_0_to_255_over_open_delay)
     EXPECT_EQ(dialog->alpha, 255);
     frame();
     EXPECT_TRUE(near(pixel(320, 270), FRAME_COLOUR));
+
+    // Closed, it falls to 0 and hides.
+    dialog->close(false);
+    frame();
+    EXPECT_EQ(dialog->alpha, 255);
+    advance(150);
+    frame();
+    EXPECT_EQ(dialog->alpha, 128);
+    EXPECT_TRUE(near(pixel(320, 270), blended(128)));
+    advance(150);
+    frames(2);
+    EXPECT_EQ(dialog->alpha, 0);
+    EXPECT_FALSE(dialog->visible);
+    // Not to be destroyed: it stays on the list, hidden, at its resting place.
+    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(dialog));
+    EXPECT_EQ(dialog->x, 220);
+    EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
 }
 
 namespace {
@@ -189,26 +220,17 @@ TEST_F(DIALOG, first_paint_slides_in_from_each_side_of_display_area_and_own_size
     }
 }
 
-TEST_F(DIALOG, own_size_slide_shows_only_inside_the_resting_rectangle)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_SLIDE_IN | DIALOG_FROM_LEFT, 400);
-    add_overlay(dialog);
-    frame();
-    advance(200);
-    frame();
-    // Half-way from x 20 to x 220: at 120, but nothing left of its resting place shows.
-    EXPECT_EQ(dialog->x, 120);
-    EXPECT_TRUE(all_of(100, 190, 219, 289, PAGE_COLOUR));
-    EXPECT_TRUE(near(pixel(300, 270), FRAME_COLOUR));
-}
-
-TEST_F(DIALOG, set_position_while_sliding_shifts_both_points_unless_the_slide_is_from_an_edge)
+TEST_F(DIALOG, an_own_size_slide_shows_only_at_rest_and_set_position_shifts_both_points_unless_from_an_edge)
 {
     WM_DIALOG* own = make_dialog(DIALOG_SLIDE_IN | DIALOG_FROM_LEFT, 400);
     add_overlay(own);
     frame();
     advance(200);
     frame();
+    // Half-way from x 20 to x 220: at 120, but nothing left of its resting place shows.
+    EXPECT_EQ(own->x, 120);
+    EXPECT_TRUE(all_of(100, 190, 219, 289, PAGE_COLOUR));
+    EXPECT_TRUE(near(pixel(300, 270), FRAME_COLOUR));
     own->set_position(250, 200);
     EXPECT_EQ(own->rest_x, 250);
     EXPECT_EQ(own->rest_y, 200);
@@ -236,53 +258,6 @@ TEST_F(DIALOG, set_position_while_sliding_shifts_both_points_unless_the_slide_is
 }
 
 // --- Closing ------------------------------------------------------------------------------------------
-
-TEST_F(DIALOG, open_close_with_0x47C_slides_out_the_same_way_and_is_deleted_when_asked)
-{
-    WM_DIALOG* dialog = make_dialog(0x47C);
-    add_overlay(dialog);
-    frame();
-    advance(300);
-    frames(2);
-    ASSERT_TRUE(dialog->is_settled());
-    dialog->close(true);
-    frame();
-    EXPECT_EQ(dialog->y, 190);
-    advance(150);
-    frame();
-    EXPECT_EQ(dialog->y, 190 + 150 * (-100 - 190) / 300);
-    EXPECT_EQ(dialog->get_y(), 190);
-    advance(150);
-    frame();
-    frame();
-    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
-    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(dialog));
-    EXPECT_TRUE(all_of(220, 0, 419, 479, PAGE_COLOUR));
-}
-
-TEST_F(DIALOG, open_close_with_fade_out_falls_to_0_and_hides)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
-    add_overlay(dialog);
-    frames(2);
-    ASSERT_EQ(dialog->alpha, 255);
-    dialog->close(false);
-    frame();
-    EXPECT_EQ(dialog->alpha, 255);
-    advance(150);
-    frame();
-    EXPECT_EQ(dialog->alpha, 128);
-    EXPECT_TRUE(near(pixel(320, 270), blended(128)));
-    advance(150);
-    frame();
-    frame();
-    EXPECT_EQ(dialog->alpha, 0);
-    EXPECT_FALSE(dialog->visible);
-    // Not to be destroyed: it stays on the list, hidden, at its resting place.
-    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(dialog));
-    EXPECT_EQ(dialog->x, 220);
-    EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
-}
 
 TEST_F(DIALOG, closing_close_again_does_nothing_more)
 {

@@ -214,7 +214,7 @@ TEST_F(BUTTON_MACHINE, the_default_button_and_a_shortcut_key_fire_whatever_has_t
 
 // --- Click modes -----------------------------------------------------------------------------------
 
-TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press_does_nothing)
+TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_in_mode_1_the_face_only_follows_it)
 {
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Hover", TEXT, FACE, HELD, 2, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_PRESS, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
@@ -232,18 +232,18 @@ TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press
     move(150, 120);
     frame();
     EXPECT_EQ(log.events.size(), 2u);
-}
 
-TEST_F(BUTTON_MACHINE, click_mode_1_face_follows_the_pointer)
-{
-    WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Follow", TEXT, FACE, HELD, 1, 10, 14, 14, -1, -1, -1, -1,
+    // Click mode 1: the face follows the pointer, and nothing fires.
+    WM_BUTTON* follow = new WM_BUTTON(300, 100, 399, 139, "Follow", TEXT, FACE, HELD, 1, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
-    hovered(button);
-    EXPECT_EQ(button->looks_down, 1);
-    move(300, 300);
+    add(follow);
+    move(350, 120);
     frame();
-    EXPECT_EQ(button->looks_down, 0);
-    EXPECT_TRUE(log.events.empty());
+    EXPECT_EQ(follow->looks_down, 1);
+    move(500, 300);
+    frame();
+    EXPECT_EQ(follow->looks_down, 0);
+    EXPECT_EQ(log.events.size(), 2u);
 }
 
 // --- Enabled state ---------------------------------------------------------------------------------
@@ -411,7 +411,7 @@ TEST_F(BUTTON_MACHINE, a_title_three_times_too_long_never_paints_outside_the_but
     EXPECT_GT(count_not(100, 100, 199, 139, FACE), 100);
 }
 
-TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button)
+TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button_and_sets_the_pointer_shape)
 {
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, nullptr, "Hover", nullptr, record,
         reinterpret_cast<PTR_INT_CAST>(&log), 0, TRIGGER_RELEASE);
@@ -420,10 +420,20 @@ TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button)
     frame();
     // Something beside it that a repaint there would wipe.
     screen()->fill_box(300, 300, 310, 310, COLOUR_GREEN, false);
+    manager->pointer_shapes_in_use = 1;
     move(150, 120);
     frame();
     EXPECT_TRUE(all_of(300, 300, 310, 310, COLOUR_GREEN));
     EXPECT_EQ(pixel(150, 137), COLOUR_RED);
+    // The pointer is a hand over it, and held while it is pressed.
+    EXPECT_EQ(manager->pointer_shape, POINTER_HAND);
+    press();
+    frame();
+    EXPECT_EQ(manager->pointer_shape, POINTER_HELD);
+    release();
+    move(400, 400);
+    frame();
+    EXPECT_EQ(manager->pointer_shape, 0);
 }
 
 TEST_F(BUTTON_MACHINE, flashing_button_follows_the_flash_phase)
@@ -442,21 +452,6 @@ TEST_F(BUTTON_MACHINE, flashing_button_follows_the_flash_phase)
     EXPECT_EQ(pixel(105, 137), lit);
 }
 
-TEST_F(BUTTON_MACHINE, pointer_shape_is_a_hand_over_and_held_when_pressed)
-{
-    add(plain_button(&log, TRIGGER_RELEASE));
-    manager->pointer_shapes_in_use = 1;
-    move(150, 120);
-    frame();
-    EXPECT_EQ(manager->pointer_shape, POINTER_HAND);
-    press();
-    frame();
-    EXPECT_EQ(manager->pointer_shape, POINTER_HELD);
-    release();
-    move(400, 400);
-    frame();
-    EXPECT_EQ(manager->pointer_shape, 0);
-}
 
 // --- Click mask ----------------------------------------------------------------------------------------
 
