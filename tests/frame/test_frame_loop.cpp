@@ -96,35 +96,30 @@ TEST_F(FRAME_LOOP, start_gets_the_applications_arguments_then_updates_run_until_
     EXPECT_EQ(run_frame({ "-a" }), "start(-a) update1 update2 update3 shutdown returned 0");
 }
 
-TEST_F(FRAME_LOOP, an_update_that_answers_false_at_once_still_gets_its_shutdown)
+TEST_F(FRAME_LOOP, interrupts_and_refused_requests_during_an_update_end_the_loop_with_one_shutdown)
 {
-    updates_before_false = 1;
-    EXPECT_EQ(run_frame({}), "start() update1 shutdown returned 0");
-}
-
-TEST_F(FRAME_LOOP, an_interrupt_during_an_update_lets_it_finish_and_ends_the_loop_with_one_shutdown)
-{
-    // The signal comes in the second of three updates: the handler hears of it after that
-    // update, and no third update runs.
-    raise_in_update = 2;
-    EXPECT_EQ(run_frame({}), "start() update1 update2 handler(-1) shutdown returned 0");
-}
-
-TEST_F(FRAME_LOOP, an_interrupt_during_the_last_update_gives_no_second_shutdown)
-{
-    raise_in_update = 3;
-    EXPECT_EQ(run_frame({}), "start() update1 update2 update3 shutdown returned 0");
-}
-
-TEST_F(FRAME_LOOP, a_terminate_request_the_application_refuses_lets_the_loop_go_on)
-{
-    raise_in_update = 1;
-    raised = SIGTERM;
-    handler_answer = false;
-    EXPECT_EQ(run_frame({}), "start() update1 handler(0) update2 update3 shutdown returned 0");
-    SetUp();
-    raise_in_update = 1;
-    raised = SIGTERM;
-    handler_answer = true;
-    EXPECT_EQ(run_frame({}), "start() update1 handler(0) shutdown returned 0");
+    struct CASE {
+        int false_at, raise_at, signal_number;
+        bool answer;
+        const char* events;
+    } cases[] = {
+        // An update that answers false at once still gets its shutdown.
+        { 1, 0, SIGINT, false, "start() update1 shutdown returned 0" },
+        // An interrupt in the second of three updates: the handler hears of it after that update,
+        // and no third update runs.
+        { 3, 2, SIGINT, false, "start() update1 update2 handler(-1) shutdown returned 0" },
+        // During the last update: no second shutdown.
+        { 3, 3, SIGINT, false, "start() update1 update2 update3 shutdown returned 0" },
+        // A terminate request the application refuses lets the loop go on.
+        { 3, 1, SIGTERM, false, "start() update1 handler(0) update2 update3 shutdown returned 0" },
+        { 3, 1, SIGTERM, true, "start() update1 handler(0) shutdown returned 0" },
+    };
+    for (const CASE& c : cases) {
+        SetUp();
+        updates_before_false = c.false_at;
+        raise_in_update = c.raise_at;
+        raised = c.signal_number;
+        handler_answer = c.answer;
+        EXPECT_EQ(run_frame({}), c.events);
+    }
 }

@@ -53,33 +53,24 @@ TEST_F(FRAME_SIGNALS, hang_up_interrupt_quit_abort_and_broken_pipe_enforce_a_qui
     EXPECT_EQ(handler_calls, 5);
 }
 
-TEST_F(FRAME_SIGNALS, terminate_asks_the_handler)
-{
-    set_shutdown_request_handler(recording_handler);
-    handler_answer = false;
-    handle_signal_now(SIGTERM);
-    EXPECT_EQ(quit_requested, 0);
-    EXPECT_EQ(last_reason, 0);
-    handler_answer = true;
-    handle_signal_now(SIGTERM);
-    EXPECT_EQ(quit_requested, 1);
-}
-
-TEST_F(FRAME_SIGNALS, terminate_without_a_handler_clears_a_pending_quit)
+TEST_F(FRAME_SIGNALS, terminate_asks_the_handler_or_without_one_clears_a_pending_quit_and_resize_only_traces)
 {
     handle_signal_now(SIGTERM);
     EXPECT_EQ(quit_requested, 0);
     quit_requested = 1;
     handle_signal_now(SIGTERM);
     EXPECT_EQ(quit_requested, 0);
-}
 
-TEST_F(FRAME_SIGNALS, window_resize_only_traces)
-{
     set_shutdown_request_handler(recording_handler);
-    handle_signal_now(SIGWINCH);
+    handler_answer = false;
+    handle_signal_now(SIGTERM);
     EXPECT_EQ(quit_requested, 0);
-    EXPECT_EQ(handler_calls, 0);
+    EXPECT_EQ(last_reason, 0);
+    handle_signal_now(SIGWINCH);
+    EXPECT_EQ(handler_calls, 1);
+    handler_answer = true;
+    handle_signal_now(SIGTERM);
+    EXPECT_EQ(quit_requested, 1);
 }
 
 TEST_F(FRAME_SIGNALS, trace_lines_go_to_the_platform_channel)

@@ -31,42 +31,36 @@ TEST(COLOUR, layout_is_r_g_b_a_in_memory_and_constants_are_argb)
     EXPECT_EQ(bytes[3], 0xFF);
     EXPECT_EQ(colour_swap(0xAA112233u), 0xAA332211u);
     EXPECT_EQ(colour_swap(colour_swap(0x01020304u)), 0x01020304u);
-    EXPECT_EQ(COLOUR_T_SKY.value, 0xE0CC6600u);
-    EXPECT_EQ(COLOUR_INVISIBLE.value, 0u);
 }
 
-TEST(COLOUR, hexadecimal_text_forms)
+TEST(COLOUR, text_forms_and_unknown_notations)
 {
-    EXPECT_EQ(parsed("#FF0000").value, 0xFF0000FFu);
-    EXPECT_EQ(parsed("#ff0000").value, 0xFF0000FFu);
-    EXPECT_EQ(parsed("#80FF0000").value, 0x800000FFu);
-    EXPECT_EQ(parsed("#AHSL FF000000").value, 0xFF000000u);
-    EXPECT_EQ(parsed("#ahsl FF000080").value, 0xFF808080u);
-}
-
-TEST(COLOUR, decimal_percent_and_fraction_forms)
-{
-    EXPECT_EQ(parsed("%ahsl 100,0,0,0").value, 0xFF000000u);
-    // Percent: v * 255 / 100, truncated.
-    EXPECT_EQ(parsed("%50,100,0,0"), rgba(255, 0, 0, 127));
-    EXPECT_EQ(parsed("&255,0,128,0"), rgba(0, 128, 0, 255));
-    // The low 8 bits only: 300 wraps to 44.
-    EXPECT_EQ(parsed("&255,300,0,0"), rgba(44, 0, 0, 255));
-    EXPECT_EQ(parsed("@1,1,0,0.5"), rgba(255, 0, 127, 255));
-}
-
-TEST(COLOUR, cmyk_forms_use_the_wrapping_formula)
-{
-    EXPECT_EQ(parsed("%ACMYK 100,0,0,0,0").value, 0xFFFFFFFFu);
-    EXPECT_EQ(parsed("%ACMYK 100,100,100,100,0").value, 0xFF000000u);
-    // (1 + 1) * 255 = 510 keeps its low byte, 254.
-    EXPECT_EQ(parsed("%ACMYK 100,0,0,0,100"), rgba(254, 254, 254, 255));
-}
-
-TEST(COLOUR, unknown_notation_or_null_leaves_destination)
-{
-    EXPECT_EQ(parsed("red").value, 0x12345678u);
-    EXPECT_EQ(parsed("").value, 0x12345678u);
+    struct CASE {
+        const char* text;
+        COLOUR expected;
+    } cases[] = {
+        { "#FF0000", COLOUR(0xFF0000FFu) },
+        { "#ff0000", COLOUR(0xFF0000FFu) },
+        { "#80FF0000", COLOUR(0x800000FFu) },
+        { "#AHSL FF000000", COLOUR(0xFF000000u) },
+        { "#ahsl FF000080", COLOUR(0xFF808080u) },
+        { "%ahsl 100,0,0,0", COLOUR(0xFF000000u) },
+        // Percent: v * 255 / 100, truncated.
+        { "%50,100,0,0", rgba(255, 0, 0, 127) },
+        { "&255,0,128,0", rgba(0, 128, 0, 255) },
+        // The low 8 bits only: 300 wraps to 44.
+        { "&255,300,0,0", rgba(44, 0, 0, 255) },
+        { "@1,1,0,0.5", rgba(255, 0, 127, 255) },
+        // CMYK by the wrapping formula: (1 + 1) * 255 = 510 keeps its low byte, 254.
+        { "%ACMYK 100,0,0,0,0", COLOUR(0xFFFFFFFFu) },
+        { "%ACMYK 100,100,100,100,0", COLOUR(0xFF000000u) },
+        { "%ACMYK 100,0,0,0,100", rgba(254, 254, 254, 255) },
+        // An unknown notation leaves the destination.
+        { "red", COLOUR(0x12345678u) },
+        { "", COLOUR(0x12345678u) },
+    };
+    for (const CASE& c : cases)
+        EXPECT_EQ(parsed(c.text).value, c.expected.value) << c.text;
     COLOUR c(7);
     colour_from_string(c, nullptr);
     EXPECT_EQ(c.value, 7u);

@@ -108,7 +108,7 @@ TEST_F(FONT_TEST, built_in_rows_accept_only_their_own_file)
     EXPECT_EQ(font_display_name(-1), nullptr);
 }
 
-TEST_F(FONT_TEST, free_slots_are_taken_from_23_on_and_reused)
+TEST_F(FONT_TEST, free_slots_are_taken_from_23_on_and_reused_and_long_names_are_cut)
 {
     std::string path = font_folder_path + "/BabelSans.ttf";
     TEMP_FOLDER folder;
@@ -129,10 +129,8 @@ TEST_F(FONT_TEST, free_slots_are_taken_from_23_on_and_reused)
     EXPECT_EQ(font_table_length(), 41);
     EXPECT_FALSE(font_is_loaded(39));
     EXPECT_EQ(font_record(41), nullptr);
-}
 
-TEST_F(FONT_TEST, long_display_names_are_cut_to_127_characters)
-{
+    // Long display names are cut to 127 characters.
     std::string name(300, 'n');
     EXPECT_EQ(load_font("Achafont.ttf", name.c_str(), 3, samples_folder()), 3);
     EXPECT_EQ(std::string(font_record(3)->display_name), name.substr(0, 127));
@@ -311,40 +309,30 @@ TEST_F(FONT_TEST, count_limits_characters_not_bytes)
 // Block layout, in the monospaced font: every character is m_advance wide
 // ---------------------------------------------------------------------------------------------
 
-TEST_F(FONT_TEST, lines_break_at_line_feeds_and_blanks)
+TEST_F(FONT_TEST, lines_break_at_line_feeds_blanks_and_dashes_and_long_words_break_with_a_hyphen_or_hard)
 {
     EXPECT_EQ(layout("one\ntwo", 20, 5), (LINES { "one", "two" }));
     EXPECT_EQ(layout("\nabc", 20, 5), (LINES { "", "abc" }));
     // A blank that meets the edge breaks at the blank before it.
     EXPECT_EQ(layout("one two three", 8, 5), (LINES { "one", "two", "three" }));
     EXPECT_EQ(layout("alpha beta gamma", 13, 5), (LINES { "alpha beta", "gamma" }));
+    EXPECT_EQ(layout("well-known fact", 8, 5), (LINES { "well-", "known", "fact" }));
     // Blanks at the start of a line are dropped.
     TEXT_LAYOUT result;
     EXPECT_EQ(layout("  \tab\n cd", 20, 5, &result), (LINES { "ab", "cd" }));
     EXPECT_EQ(result.lines[0].start, 3);
     EXPECT_EQ(result.lines[0].width, 2 * m_advance);
     EXPECT_EQ(result.lines[1].start, 7);
-}
 
-TEST_F(FONT_TEST, lines_break_behind_a_dash_and_words_break_with_a_hyphen)
-{
-    EXPECT_EQ(layout("well-known fact", 8, 5), (LINES { "well-", "known", "fact" }));
-
-    TEXT_LAYOUT result;
     EXPECT_EQ(layout("abcdefghijklmnop", 8, 5, &result), (LINES { "abcdef", "ghijkl", "mnop" }));
     EXPECT_EQ(result.lines[0].flags, LINE_HYPHEN);
     EXPECT_EQ(result.lines[1].flags, LINE_HYPHEN);
     EXPECT_EQ(result.lines[2].flags, 0);
     EXPECT_EQ(result.hyphen_width, m_advance);
     EXPECT_EQ(result.lines[0].width, 6 * m_advance);
-}
-
-TEST_F(FONT_TEST, a_word_breaks_hard_when_no_hyphen_fits)
-{
     // Two columns: a letter and a hyphen never fit under the edge.
     EXPECT_EQ(layout("abcde", 2, 5), (LINES { "a", "b", "c", "d", "e" }));
     // A box narrower than one character still takes one character a line.
-    TEXT_LAYOUT result;
     ASSERT_TRUE(layout_text_box(&result, MONO, SIZE, SIZE, "xyz", 1, 5));
     EXPECT_EQ(result.line_count, 3);
     EXPECT_EQ(result.lines[2].start, 2);

@@ -1,6 +1,7 @@
 // The stream form of IMAGE: round trips in both byte orders and refusal of damaged streams.
 
 #include <cstring>
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -92,73 +93,45 @@ TEST(IMAGE_STREAM, empty_image_reads_back_empty)
     EXPECT_EQ(copy.width, 0);
 }
 
-TEST(IMAGE_STREAM, wrong_magic_or_version_leaves_the_image)
+TEST(IMAGE_STREAM, damaged_streams_are_refused_before_allocating_and_leave_the_image)
 {
-    MEMORY_DEVICE device;
-    write_header(device, 2, 1, 1);
-    device_write(&device, INT_U32(0));
-    device.rewind();
-    IMAGE image;
-    make_witness(image);
-    EXPECT_FALSE(image.get_from_data_device(&device));
-    EXPECT_EQ(last_error_code(), ERROR_READ);
-    expect_witness(image);
-
-    MEMORY_DEVICE other;
-    other.bytes().assign(30, 'x');
-    EXPECT_FALSE(image.get_from_data_device(&other));
-    expect_witness(image);
-}
-
-TEST(IMAGE_STREAM, sides_out_of_range_are_refused)
-{
-    for (INT_U16 side : { INT_U16(32768), INT_U16(65535) }) {
+    struct CASE {
+        const char* what;
+        std::function<void(MEMORY_DEVICE&)> write;
+        bool seekable;
+    } cases[] = {
+        { "unknown version", [](MEMORY_DEVICE& d) { write_header(d, 2, 1, 1); device_write(&d, INT_U32(0)); }, true },
+        { "no magic", [](MEMORY_DEVICE& d) { d.bytes().assign(30, 'x'); }, true },
+        { "header cut short", [](MEMORY_DEVICE& d) { d.bytes().assign({ 'o', 'r', 'l', 'u' }); }, true },
+        { "side 32768", [](MEMORY_DEVICE& d) { write_header(d, 1, 32768, 1); }, true },
+        { "side 65535", [](MEMORY_DEVICE& d) { write_header(d, 1, 65535, 1); }, true },
+        // 32767 x 32767 would be 4 GiB; the stream holds eight bytes of it.
+        { "4 GiB declared", [](MEMORY_DEVICE& d) { write_header(d, 1, 32767, 32767); device_write(&d, INT_U64(0)); },
+            true },
+        // Within the pixel limit but longer than the stream: found by the length check.
+        { "longer than the stream", [](MEMORY_DEVICE& d) { write_header(d, 1, 1000, 1000); device_write(&d, INT_U32(1)); },
+            true },
+        { "cut short on a device that cannot seek",
+            [](MEMORY_DEVICE& d) {
+                write_header(d, 1, 4, 4);
+                for (int i = 0; i < 5; ++i)
+                    device_write(&d, INT_U32(0xFF0000FFu));
+            },
+            false },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
         MEMORY_DEVICE device;
-        write_header(device, 1, side, 1);
+        c.write(device);
         device.rewind();
+        device.seekable = c.seekable;
         IMAGE image;
         make_witness(image);
+        set_last_error(ERROR_NONE, nullptr);
         EXPECT_FALSE(image.get_from_data_device(&device));
+        EXPECT_EQ(last_error_code(), ERROR_READ);
         expect_witness(image);
     }
-}
-
-TEST(IMAGE_STREAM, declared_size_beyond_the_data_is_refused_before_allocating)
-{
-    // 32767 x 32767 would be 4 GiB; the stream holds eight bytes of it.
-    MEMORY_DEVICE device;
-    write_header(device, 1, 32767, 32767);
-    device_write(&device, INT_U64(0));
-    device.rewind();
-    IMAGE image;
-    make_witness(image);
-    EXPECT_FALSE(image.get_from_data_device(&device));
-    expect_witness(image);
-
-    // Within the pixel limit but longer than the stream: found by the length check.
-    MEMORY_DEVICE short_device;
-    write_header(short_device, 1, 1000, 1000);
-    device_write(&short_device, INT_U32(1));
-    short_device.rewind();
-    EXPECT_FALSE(image.get_from_data_device(&short_device));
-    expect_witness(image);
-}
-
-TEST(IMAGE_STREAM, truncated_stream_on_a_device_that_cannot_seek)
-{
-    MEMORY_DEVICE device;
-    write_header(device, 1, 4, 4);
-    for (int i = 0; i < 5; ++i)
-        device_write(&device, INT_U32(0xFF0000FFu));
-    device.rewind();
-    device.seekable = false;
-    IMAGE image;
-    EXPECT_FALSE(image.get_from_data_device(&device));
-    EXPECT_EQ(last_error_code(), ERROR_READ);
-
-    MEMORY_DEVICE header_only;
-    header_only.bytes().assign({ 'o', 'r', 'l', 'u' });
-    EXPECT_FALSE(image.get_from_data_device(&header_only));
 }
 
 TEST(IMAGE_STREAM, locked_image_refuses_another_size)

@@ -168,7 +168,7 @@ TEST(TILED_IMAGE, nine_pieces_repeat_edges_and_middle)
     EXPECT_EQ(target.clip_right, 19);
 }
 
-TEST(TILED_IMAGE, horizontal_three_repeats_the_middle_and_cuts_the_last)
+TEST(TILED_IMAGE, three_pieces_across_or_down_repeat_the_middle_and_cut_the_last)
 {
     TEST_STORE store;
     store.add("bar_left", 4, 5, CORNER);
@@ -186,19 +186,15 @@ TEST(TILED_IMAGE, horizontal_three_repeats_the_middle_and_cuts_the_last)
     // Pieces took the area's height.
     EXPECT_EQ(element.left->height, 6);
     EXPECT_EQ(element.mid->height, 6);
-}
 
-TEST(TILED_IMAGE, vertical_three)
-{
-    TEST_STORE store;
     store.add("col_top", 3, 2, CORNER);
     store.add("col_bottom", 3, 2, EDGE_V);
     store.add("col_mid", 3, 1, MIDDLE);
-    TILED_IMAGE element(&store);
-    ASSERT_TRUE(element.load("", "col", 0));
-    IMAGE target(5, 8);
-    element.draw(0, 0, 4, 7, false, &target, BLIT_COPY, true);
-    expect_pixels(target, { { 4, 1, CORNER }, { 4, 4, MIDDLE }, { 0, 6, EDGE_V } });
+    TILED_IMAGE column(&store);
+    ASSERT_TRUE(column.load("", "col", 0));
+    IMAGE tall(5, 8);
+    column.draw(0, 0, 4, 7, false, &tall, BLIT_COPY, true);
+    expect_pixels(tall, { { 4, 1, CORNER }, { 4, 4, MIDDLE }, { 0, 6, EDGE_V } });
 }
 
 TEST(TILED_IMAGE, one_piece_is_centred_cut_or_stretched)

@@ -1,13 +1,11 @@
 #include "widget_screen.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "frame/screen.h"
 #include "graphics/font.h"
 #include "host/headless/headless_display.h"
 #include "host/input.h"
-#include "io/data_file.h"
 #include "io/folder.h"
 #include "wm/core/wm_look.h"
 
@@ -95,11 +93,6 @@ void WIDGET_SCREEN::advance(INT_U32 milliseconds)
     headless_advance_time(milliseconds);
 }
 
-INT_U32 WIDGET_SCREEN::now() const
-{
-    return headless_time();
-}
-
 void WIDGET_SCREEN::move(INT_S32 x, INT_S32 y)
 {
     headless_move_pointer(x, y);
@@ -113,16 +106,6 @@ void WIDGET_SCREEN::press()
 void WIDGET_SCREEN::release()
 {
     headless_release_button(1);
-}
-
-void WIDGET_SCREEN::press_right()
-{
-    headless_press_button(3);
-}
-
-void WIDGET_SCREEN::release_right()
-{
-    headless_release_button(3);
 }
 
 void WIDGET_SCREEN::key_down(INT_U32 keysym, INT_U32 character)
@@ -230,13 +213,6 @@ void compare_with_reference(const IMAGE& image, const char* name)
     const std::string reference_folder = source_folder + "/tests/data";
     FOLDER folder;
     ASSERT_TRUE(folder.set_raw(reference_folder.c_str()));
-    const char* update = getenv("ORLU_UPDATE_REFERENCES");
-    if (update && strcmp(update, "1") == 0) {
-        DATA_FILE* out = folder.open_data_file(name, FILE_WRITE, 0, false);
-        ASSERT_NE(out, nullptr);
-        ASSERT_TRUE(image.save_png(out));
-        FOLDER::close_data_file(&out);
-    }
     IMAGE stored;
     ASSERT_TRUE(stored.load_png(folder, name)) << "no reference " << reference_folder << "/" << name;
     ASSERT_EQ(stored.width, image.width);

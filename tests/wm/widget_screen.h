@@ -30,14 +30,11 @@ protected:
     // n frames, `step` milliseconds apart; answers the last non-zero code.
     INT_S32 frames(INT_S32 n, INT_U32 step = 0);
     void advance(INT_U32 milliseconds);
-    [[nodiscard]] INT_U32 now() const;
 
     // Scripted input, delivered by the next frame().
     void move(INT_S32 x, INT_S32 y);
     void press();
     void release();
-    void press_right();
-    void release_right();
     void key_down(INT_U32 keysym, INT_U32 character = 0);
     void key_up(INT_U32 keysym);
     // Press in one frame, release in the next; answers the code of each.
@@ -71,8 +68,9 @@ private:
 };
 
 // Compares a picture with the stored reference tests/data/<name> within a tolerance: a few
-// pixels may differ by much (an edge a font hints differently), the rest by little.
-// ORLU_UPDATE_REFERENCES=1 writes the reference anew.
+// pixels may differ by much (an edge a font hints differently), the rest by little. The
+// references were looked at by eye and are only read here: the code under test never writes its
+// own expectation.
 void compare_with_reference(const IMAGE& image, const char* name);
 
 // Pixels that differ between two pictures of the same size, by more than `tolerance` in any

@@ -1,17 +1,15 @@
 // A small page as an application would build it: a panel, a title, a text and two buttons, each
 // styled by a style set of the sample skin, shown by the page manager on the headless screen and
 // compared with a reference picture within a tolerance. The reference in tests/data was looked at
-// once and frozen; ORLU_UPDATE_REFERENCES=1 writes it anew.
+// once and frozen.
 
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "styled_box.h"
 #include "toolkit_fixture.h"
+#include "widget_screen.h"
 
 #include "graphics/font.h"
-#include "io/data_file.h"
 #include "io/folder.h"
 #include "wm/core/wm_action.h"
 
@@ -73,39 +71,6 @@ protected:
         TOOLKIT_TEST::TearDown();
     }
 };
-
-// Mean difference per channel below 3, and few pixels far off (another FreeType may hint an
-// edge differently).
-void compare_with_reference(const IMAGE& image, const char* name)
-{
-    FOLDER folder = folder_at(std::string(ORLU_SOURCE_DIR) + "/tests/data");
-    const char* update = getenv("ORLU_UPDATE_REFERENCES");
-    if (update && strcmp(update, "1") == 0) {
-        DATA_FILE* out = folder.open_data_file(name, FILE_WRITE, 0, false);
-        ASSERT_NE(out, nullptr);
-        ASSERT_TRUE(image.save_png(out));
-        FOLDER::close_data_file(&out);
-    }
-    IMAGE stored;
-    ASSERT_TRUE(stored.load_png(folder, name)) << "no reference tests/data/" << name;
-    ASSERT_EQ(stored.width, image.width);
-    ASSERT_EQ(stored.height, image.height);
-    INT_U64 total = 0;
-    size_t far_off = 0;
-    for (INT_S32 y = 0; y < image.height; ++y) {
-        for (INT_S32 x = 0; x < image.width; ++x) {
-            COLOUR got = image.at(x, y), want = stored.at(x, y);
-            INT_S32 d[3] = { abs(got.red() - want.red()), abs(got.green() - want.green()), abs(got.blue() - want.blue()) };
-            for (INT_S32 c : d) {
-                total += static_cast<INT_U64>(c);
-                far_off += c > 96;
-            }
-        }
-    }
-    double channels = 3.0 * image.width * image.height;
-    EXPECT_LT(static_cast<double>(total) / channels, 3.0) << name;
-    EXPECT_LT(static_cast<double>(far_off) / channels, 0.02) << name;
-}
 
 } // namespace
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "wm/core/wm_dirty_list.h"
 
 namespace {
@@ -29,62 +31,47 @@ void expect_rect(const WM_DIRTY_RECT& r, INT_S16 x1, INT_S16 y1, INT_S16 x2, INT
 
 } // namespace
 
-TEST(WM_DIRTY_LIST, a_rectangle_inside_another_is_dropped)
+TEST(WM_DIRTY_LIST, each_mode_keeps_merges_or_drops_what_is_added)
 {
-    WM_DIRTY_LIST list;
-    list.add(rect(10, 10, 100, 100), display);
-    list.add(rect(20, 20, 30, 30), display);
-    ASSERT_EQ(list.count, 1);
-    expect_rect(list.rects[0], 10, 10, 100, 100);
-}
-
-TEST(WM_DIRTY_LIST, an_inverted_rectangle_is_ignored)
-{
-    WM_DIRTY_LIST list;
-    list.add(rect(50, 10, 40, 20), display);
-    list.add(rect(10, 50, 20, 40), display);
-    EXPECT_EQ(list.count, 0);
-}
-
-TEST(WM_DIRTY_LIST, rectangles_within_the_margin_merge_without_touching)
-{
-    WM_DIRTY_LIST list;
-    list.add(rect(0, 0, 9, 9), display);
-    // 31 pixels of gap to the right (columns 10 to 40): the right edge plus the margin reaches
-    // the new left edge, and the rectangles are near on every side.
-    list.add(rect(41, 0, 50, 9), display);
-    ASSERT_EQ(list.count, 1);
-    expect_rect(list.rects[0], 0, 0, 50, 9);
-}
-
-TEST(WM_DIRTY_LIST, rectangles_beyond_the_margin_stay_apart)
-{
-    WM_DIRTY_LIST list;
-    list.add(rect(0, 0, 9, 9), display);
-    list.add(rect(42, 0, 50, 9), display);
-    list.add(rect(0, 42, 9, 50), display);
-    EXPECT_EQ(list.count, 3);
-}
-
-TEST(WM_DIRTY_LIST, near_on_one_side_only_is_not_enough)
-{
-    WM_DIRTY_LIST list;
-    list.add(rect(0, 0, 9, 9), display);
-    // Within the margin horizontally, far below.
-    list.add(rect(5, 500, 15, 510), display);
-    EXPECT_EQ(list.count, 2);
-}
-
-TEST(WM_DIRTY_LIST, a_merge_starts_the_scan_again_and_swallows_what_became_near)
-{
-    WM_DIRTY_LIST list;
-    list.add(rect(0, 0, 9, 9), display);
-    list.add(rect(90, 0, 99, 9), display);
-    ASSERT_EQ(list.count, 2);
-    // Near the first; the union (0..60) is then near the second as well.
-    list.add(rect(40, 0, 60, 9), display);
-    ASSERT_EQ(list.count, 1);
-    expect_rect(list.rects[0], 0, 0, 99, 9);
+    struct CASE {
+        const char* what;
+        INT_U8 mode;
+        std::vector<WM_DIRTY_RECT> added;
+        std::vector<WM_DIRTY_RECT> kept;
+    } cases[] = {
+        { "inside another: dropped", DIRTY_MERGE_NEARBY, { rect(10, 10, 100, 100), rect(20, 20, 30, 30) },
+            { rect(10, 10, 100, 100) } },
+        { "inverted: ignored", DIRTY_MERGE_NEARBY, { rect(50, 10, 40, 20), rect(10, 50, 20, 40) }, {} },
+        // 31 pixels of gap to the right (columns 10 to 40): the right edge plus the margin reaches
+        // the new left edge, and the rectangles are near on every side.
+        { "within the margin: merged", DIRTY_MERGE_NEARBY, { rect(0, 0, 9, 9), rect(41, 0, 50, 9) },
+            { rect(0, 0, 50, 9) } },
+        { "beyond the margin: apart", DIRTY_MERGE_NEARBY,
+            { rect(0, 0, 9, 9), rect(42, 0, 50, 9), rect(0, 42, 9, 50) },
+            { rect(0, 0, 9, 9), rect(42, 0, 50, 9), rect(0, 42, 9, 50) } },
+        { "near on one side only: apart", DIRTY_MERGE_NEARBY, { rect(0, 0, 9, 9), rect(5, 500, 15, 510) },
+            { rect(0, 0, 9, 9), rect(5, 500, 15, 510) } },
+        // Near the first; the union (0..60) is then near the second as well.
+        { "a merge scans again", DIRTY_MERGE_NEARBY, { rect(0, 0, 9, 9), rect(90, 0, 99, 9), rect(40, 0, 60, 9) },
+            { rect(0, 0, 99, 9) } },
+        { "bounding", DIRTY_MERGE_BOUNDING, { rect(0, 0, 9, 9), rect(500, 500, 509, 509) },
+            { rect(0, 0, 509, 509) } },
+        { "none: not even containment", DIRTY_MERGE_NONE, { rect(0, 0, 9, 9), rect(2, 2, 5, 5) },
+            { rect(0, 0, 9, 9), rect(2, 2, 5, 5) } },
+        { "any side: near on one comparison", DIRTY_MERGE_ANY_SIDE, { rect(0, 0, 9, 9), rect(5, 500, 15, 510) },
+            { rect(0, 0, 15, 510) } },
+        { "display", DIRTY_MERGE_DISPLAY, { rect(5, 5, 6, 6) }, { rect(0, 0, 1919, 1079) } },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        WM_DIRTY_LIST list;
+        list.merge_mode = c.mode;
+        for (const WM_DIRTY_RECT& r : c.added)
+            list.add(r, display);
+        ASSERT_EQ(list.count, static_cast<INT_S32>(c.kept.size()));
+        for (size_t i = 0; i < c.kept.size(); ++i)
+            expect_rect(list.rects[i], c.kept[i].x1, c.kept[i].y1, c.kept[i].x2, c.kept[i].y2);
+    }
 }
 
 TEST(WM_DIRTY_LIST, the_129th_rectangle_that_cannot_merge_grows_entry_0)
@@ -103,33 +90,4 @@ TEST(WM_DIRTY_LIST, the_129th_rectangle_that_cannot_merge_grows_entry_0)
     expect_rect(list.rects[0], 0, 0, 1810, 1010);
     // The others are as they were.
     expect_rect(list.rects[127], 1500, 700, 1504, 704);
-}
-
-TEST(WM_DIRTY_LIST, the_other_merge_modes)
-{
-    WM_DIRTY_LIST bounding;
-    bounding.merge_mode = DIRTY_MERGE_BOUNDING;
-    bounding.add(rect(0, 0, 9, 9), display);
-    bounding.add(rect(500, 500, 509, 509), display);
-    ASSERT_EQ(bounding.count, 1);
-    expect_rect(bounding.rects[0], 0, 0, 509, 509);
-
-    WM_DIRTY_LIST plain;
-    plain.merge_mode = DIRTY_MERGE_NONE;
-    plain.add(rect(0, 0, 9, 9), display);
-    plain.add(rect(2, 2, 5, 5), display);
-    EXPECT_EQ(plain.count, 2) << "no merging, not even containment";
-
-    WM_DIRTY_LIST any_side;
-    any_side.merge_mode = DIRTY_MERGE_ANY_SIDE;
-    any_side.add(rect(0, 0, 9, 9), display);
-    any_side.add(rect(5, 500, 15, 510), display);
-    ASSERT_EQ(any_side.count, 1) << "near on one comparison is enough";
-    expect_rect(any_side.rects[0], 0, 0, 15, 510);
-
-    WM_DIRTY_LIST whole;
-    whole.merge_mode = DIRTY_MERGE_DISPLAY;
-    whole.add(rect(5, 5, 6, 6), display);
-    ASSERT_EQ(whole.count, 1);
-    expect_rect(whole.rects[0], 0, 0, 1919, 1079);
 }

@@ -54,7 +54,7 @@ protected:
 
 // --- Entering pages ------------------------------------------------------------------------------
 
-TEST_F(PAGE_MANAGER, the_first_page_of_an_area_comes_with_code_10_and_no_input_that_frame)
+TEST_F(PAGE_MANAGER, the_first_page_of_an_area_comes_with_code_10_or_12_and_no_input_that_frame)
 {
     TEST_PAGE& page = new_page("p");
     set_test_page(manager, 0, page, true, 1);
@@ -69,29 +69,22 @@ TEST_F(PAGE_MANAGER, the_first_page_of_an_area_comes_with_code_10_and_no_input_t
     EXPECT_EQ(log_count("update:p0"), 1);
     // The page was painted at the end of the frame that entered it.
     EXPECT_EQ(pixel(15, 15), COLOUR::from_argb(0xFF336699u).value);
-}
 
-TEST_F(PAGE_MANAGER, with_fade_first_page_the_first_page_comes_with_code_12)
-{
-    TEST_PAGE& page = new_page("page");
+    delete manager;
+    make_manager(2);
+    manager->transition_time = 0;
     manager->fade_first_page = 1;
-    set_test_page(manager, 0, page, true, 1);
+    set_test_page(manager, 1, new_page("faded"), true, 1);
     EXPECT_EQ(frame(), WM_ACTION_PAGE_FADE_IN);
-    EXPECT_EQ(page.builds, 1);
 }
 
-TEST_F(PAGE_MANAGER, set_page_ignores_a_null_build_and_areas_out_of_range)
-{
-    TEST_PAGE& page = new_page("page");
-    manager->set_page(0, nullptr, nullptr, page_data(page), nullptr, true, 1, nullptr);
-    manager->set_page(3, test_page_build, nullptr, page_data(page), nullptr, true, 1, nullptr);
-    EXPECT_EQ(area0()->pending.build, nullptr);
-}
-
-TEST_F(PAGE_MANAGER, a_newer_pending_page_drops_the_older_one_through_its_free_data)
+TEST_F(PAGE_MANAGER, set_page_ignores_a_null_build_and_a_newer_pending_page_drops_the_older_one)
 {
     TEST_PAGE& first = new_page("first");
     TEST_PAGE& second = new_page("second");
+    manager->set_page(0, nullptr, nullptr, page_data(first), nullptr, true, 1, nullptr);
+    manager->set_page(3, test_page_build, nullptr, page_data(first), nullptr, true, 1, nullptr);
+    EXPECT_EQ(area0()->pending.build, nullptr) << "no build, or no such area: nothing pending";
     set_test_page(manager, 0, first, true, 1);
     set_test_page(manager, 0, second, true, 2);
     EXPECT_EQ(first.frees, 1);
@@ -100,15 +93,22 @@ TEST_F(PAGE_MANAGER, a_newer_pending_page_drops_the_older_one_through_its_free_d
     EXPECT_EQ(second.builds, 1);
 }
 
-TEST_F(PAGE_MANAGER, a_new_page_replaces_the_old_pages_objects)
+TEST_F(PAGE_MANAGER, a_new_page_replaces_the_old_pages_objects_and_the_same_page_is_rebuilt_in_place)
 {
     TEST_PAGE& a = entered("a", true, 1);
-    entered("b", true, 2);
+    TEST_PAGE& b = entered("b", true, 2);
     EXPECT_EQ(a.leaves, 1);
     EXPECT_EQ(log_count("delete:a0"), 1);
     ASSERT_EQ(area0()->child_count(), 1);
     EXPECT_EQ(static_cast<PROBE*>(area0()->get_child(0))->name, "b0");
     EXPECT_TRUE(area0()->visible) << "the area is shown again after the build";
+
+    // The same page again is rebuilt without a second entry.
+    enter(b, true, 2);
+    EXPECT_EQ(area0()->count, 2);
+    EXPECT_EQ(b.builds, 2);
+    EXPECT_EQ(b.frees, 0) << "the page's data is still in use by the entry that replaced it";
+    EXPECT_TRUE(area0()->current_entry().store) << "the new entry keeps its own store";
 }
 
 // --- History -------------------------------------------------------------------------------------
@@ -127,7 +127,7 @@ TEST_F(PAGE_MANAGER, the_21st_stored_page_drops_the_oldest_and_current_stays_19)
     EXPECT_EQ(area0()->history[19].id, 120u);
 }
 
-TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one)
+TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one_and_gone_when_one_goes_back)
 {
     entered("a", true, 1);
     TEST_PAGE& b = entered("b", false, 2);
@@ -136,32 +136,16 @@ TEST_F(PAGE_MANAGER, an_unstored_page_is_replaced_by_the_next_one)
     EXPECT_EQ(area0()->history[0].id, 1u);
     EXPECT_EQ(area0()->history[1].id, 3u);
     EXPECT_EQ(b.frees, 1);
-}
 
-TEST_F(PAGE_MANAGER, an_unstored_page_does_not_remain_when_one_goes_back)
-{
-    TEST_PAGE& a = entered("a", true, 1);
-    TEST_PAGE& b = entered("b", false, 2);
+    TEST_PAGE& d = entered("d", false, 4);
     ASSERT_TRUE(manager->can_go_back(0));
     manager->back(0);
     manager->process_all(0);
-    EXPECT_EQ(area0()->count, 1);
-    EXPECT_EQ(area0()->current, 0);
-    EXPECT_EQ(area0()->current_entry().id, 1u);
-    EXPECT_EQ(b.frees, 1);
-    EXPECT_EQ(a.builds, 2);
+    EXPECT_EQ(area0()->count, 2);
+    EXPECT_EQ(area0()->current, 1);
+    EXPECT_EQ(area0()->current_entry().id, 3u);
+    EXPECT_EQ(d.frees, 1);
     EXPECT_FALSE(manager->can_go_forward(0));
-}
-
-TEST_F(PAGE_MANAGER, setting_the_same_page_again_rebuilds_it_without_a_second_entry)
-{
-    TEST_PAGE& a = new_page("a");
-    enter(a, true, 1);
-    enter(a, true, 1);
-    EXPECT_EQ(area0()->count, 1);
-    EXPECT_EQ(a.builds, 2);
-    EXPECT_EQ(a.frees, 0) << "the page's data is still in use by the entry that replaced it";
-    EXPECT_TRUE(area0()->current_entry().store) << "the new entry keeps its own store";
 }
 
 TEST_F(PAGE_MANAGER, back_and_forward_skip_entries_of_the_same_id)
@@ -177,12 +161,13 @@ TEST_F(PAGE_MANAGER, back_and_forward_skip_entries_of_the_same_id)
     EXPECT_TRUE(manager->can_go_forward(0));
     manager->forward(0);
     EXPECT_EQ(area0()->pending_index, 1);
-}
 
-TEST_F(PAGE_MANAGER, back_over_entries_of_one_id_only_does_nothing)
-{
+    // Back over entries of one id only does nothing.
+    manager->process_all(0);
     entered("a1", true, 7);
     entered("a2", true, 7);
+    manager->clear_history(0);
+    entered("a3", true, 7);
     EXPECT_FALSE(manager->can_go_back(0));
     manager->back(0);
     EXPECT_EQ(area0()->pending_index, -1);
@@ -289,71 +274,47 @@ TEST_F(PAGE_MANAGER, close_all_leaves_every_page_and_lets_the_overlays_and_backg
 
 // --- Action codes --------------------------------------------------------------------------------
 
-TEST_F(PAGE_MANAGER, a_quiet_frame_answers_0_and_a_quit_answers_minus_1)
+TEST_F(PAGE_MANAGER, a_quiet_frame_answers_0_and_a_quit_or_code_2_is_returned_as_it_stands)
 {
     TEST_PAGE& a = entered("a", true, 1);
     EXPECT_EQ(frame(), 0);
-    a.made[0]->update_code = WM_ACTION_QUIT;
-    EXPECT_EQ(frame(), WM_ACTION_QUIT);
-}
-
-TEST_F(PAGE_MANAGER, code_2_at_the_frame_is_returned_as_it_stands)
-{
-    TEST_PAGE& a = entered("a", true, 1);
-    a.made[0]->update_code = WM_ACTION_CLOSE_DIALOG;
-    EXPECT_EQ(frame(), WM_ACTION_CLOSE_DIALOG);
+    for (INT_S32 code : { WM_ACTION_QUIT, WM_ACTION_CLOSE_DIALOG }) {
+        a.made[0]->update_code = code;
+        EXPECT_EQ(frame(), code);
+    }
     EXPECT_EQ(a.builds, 1);
 }
 
-TEST_F(PAGE_MANAGER, code_4_from_an_overlay_closes_it_and_the_frame_answers_0)
-{
-    entered("a", true, 1);
-    PROBE* overlay = new PROBE("ov", 100, 100, 50, 50);
-    overlay->update_code = WM_ACTION_CLOSE_OVERLAY;
-    area0()->add_overlay(overlay, false);
-    EXPECT_EQ(frame(), 0);
-    EXPECT_EQ(log_count("delete:ov"), 1);
-    EXPECT_EQ(wm_toolkit.overlay_list.count(), 0);
-}
-
-TEST_F(PAGE_MANAGER, code_7_rebuilds_the_page_and_the_overlays_go)
+TEST_F(PAGE_MANAGER, codes_from_an_overlay_close_it_clear_the_overlays_or_rebuild_by_their_rules)
 {
     TEST_PAGE& a = entered("a", true, 1);
-    area0()->add_overlay(new PROBE("ov", 100, 100, 50, 50), false);
-    // A page object cannot be reached under an open overlay: the code comes from the overlay.
-    static_cast<PROBE*>(list_object(wm_toolkit.overlay_list.tail()))->update_code = WM_ACTION_REBUILD_AREA_CLEAR;
-    EXPECT_EQ(frame(), 0);
-    EXPECT_EQ(a.leaves, 1);
-    EXPECT_EQ(a.builds, 2);
-    EXPECT_EQ(log_count("delete:ov"), 1);
-    EXPECT_EQ(log_count("delete:a0"), 1);
-    EXPECT_EQ(area0()->count, 1) << "a rebuild is no new history entry";
-}
-
-TEST_F(PAGE_MANAGER, code_5_rebuilds_the_page_and_keeps_the_overlays)
-{
-    TEST_PAGE& a = entered("a", true, 1);
-    a.made[0]->update_code = WM_ACTION_REBUILD_AREA;
-    PROBE kept("kept", 200, 200, 10, 10);
-    kept.not_owned = 1;
-    // Hidden, so that it takes no input but stays listed.
-    area0()->add_overlay(&kept, false);
-    kept.hide(false, false);
-    EXPECT_EQ(frame(), 0);
-    EXPECT_EQ(a.builds, 2);
-    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(&kept));
-    area0()->remove_overlay(&kept, false, false);
-}
-
-TEST_F(PAGE_MANAGER, code_9_clears_the_overlays_only)
-{
-    TEST_PAGE& a = entered("a", true, 1);
-    PROBE* overlay = new PROBE("ov", 100, 100, 50, 50);
-    overlay->update_code = WM_ACTION_CLEAR_OVERLAYS;
-    area0()->add_overlay(overlay, false);
-    EXPECT_EQ(frame(), 0);
-    EXPECT_EQ(wm_toolkit.overlay_list.count(), 0);
-    EXPECT_EQ(a.builds, 1);
+    struct CASE {
+        INT_S32 code;
+        bool rebuilds;
+        bool overlays_survive;
+    } cases[] = { { WM_ACTION_CLOSE_OVERLAY, false, false }, { WM_ACTION_CLEAR_OVERLAYS, false, false },
+        { WM_ACTION_REBUILD_AREA, true, true }, { WM_ACTION_REBUILD_AREA_CLEAR, true, false },
+        { WM_ACTION_REBUILD_AREA_CLEAR_2, true, false }, { WM_ACTION_REBUILD_AREA_CLOSE, true, false },
+        { WM_ACTION_REBUILD_ALL_CLEAR_2, true, false }, { WM_ACTION_REBUILD_ALL_CLOSE, true, false },
+        { WM_ACTION_REBUILD_ALL, true, true }, { WM_ACTION_REBUILD_ALL_CLEAR, true, false } };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.code);
+        INT_S32 builds = a.builds, leaves = a.leaves;
+        // A page object cannot be reached under an open overlay: the code comes from the overlay.
+        PROBE* overlay = new PROBE("ov", 200, 200, 10, 10);
+        overlay->update_code = c.code;
+        area0()->add_overlay(overlay, false);
+        probe_log.clear();
+        EXPECT_EQ(frame(), 0);
+        EXPECT_EQ(a.builds, builds + (c.rebuilds ? 1 : 0));
+        EXPECT_EQ(a.leaves, leaves + (c.rebuilds ? 1 : 0));
+        EXPECT_EQ(log_count("delete:a0"), c.rebuilds ? 1 : 0);
+        EXPECT_EQ(WM_SCREEN_OBJECT::is_overlay(overlay), c.overlays_survive);
+        EXPECT_EQ(log_count("delete:ov"), c.overlays_survive ? 0 : 1);
+        EXPECT_EQ(area0()->count, 1) << "a rebuild is no new history entry";
+        if (c.overlays_survive)
+            area0()->remove_overlay(overlay, true, false);
+    }
 }
 
 TEST_F(PAGE_MANAGER, code_3_closes_every_dialog_overlay_through_the_dialog_closer)
@@ -386,28 +347,6 @@ TEST_F(PAGE_MANAGER, code_3_closes_every_dialog_overlay_through_the_dialog_close
     EXPECT_EQ(log_count("delete:d1"), 1);
     EXPECT_EQ(log_count("delete:d2"), 1);
     EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(other));
-}
-
-TEST_F(PAGE_MANAGER, codes_33_to_36_rebuild_with_their_overlay_rules)
-{
-    TEST_PAGE& a = entered("a", true, 1);
-    struct CASE {
-        INT_S32 code;
-        bool overlays_survive;
-    } cases[] = { { WM_ACTION_REBUILD_AREA_CLEAR_2, false }, { WM_ACTION_REBUILD_AREA_CLOSE, false },
-        { WM_ACTION_REBUILD_ALL_CLEAR_2, false }, { WM_ACTION_REBUILD_ALL_CLOSE, false },
-        { WM_ACTION_REBUILD_ALL, true }, { WM_ACTION_REBUILD_ALL_CLEAR, false } };
-    for (const CASE& c : cases) {
-        INT_S32 builds = a.builds;
-        PROBE* overlay = new PROBE("ov", 200, 200, 10, 10);
-        overlay->update_code = c.code;
-        area0()->add_overlay(overlay, false);
-        EXPECT_EQ(frame(), 0) << c.code;
-        EXPECT_EQ(a.builds, builds + 1) << c.code;
-        EXPECT_EQ(WM_SCREEN_OBJECT::is_overlay(overlay), c.overlays_survive) << c.code;
-        if (c.overlays_survive)
-            area0()->remove_overlay(overlay, true, false);
-    }
 }
 
 TEST_F(PAGE_MANAGER, codes_6_and_8_rebuild_every_visible_area)

@@ -13,12 +13,6 @@ namespace {
 
 class SCREEN_OBJECT : public TOOLKIT_TEST {};
 
-INT_S32 count_call(WM_SCREEN_OBJECT*, PTR_INT_CAST data1, PTR_INT_CAST)
-{
-    ++*reinterpret_cast<INT_S32*>(data1);
-    return 0;
-}
-
 // Records where the secondary callback found the pointer capture and focus.
 struct RIGHT_RECORD {
     INT_S32 calls { 0 };
@@ -61,23 +55,24 @@ TEST_F(SCREEN_OBJECT, children_paint_head_first_so_the_last_added_lies_on_top)
     EXPECT_EQ(root.get_child(-1), nullptr);
 }
 
-TEST_F(SCREEN_OBJECT, object_at_answers_the_later_of_two_overlapping_children)
+TEST_F(SCREEN_OBJECT, hit_tests_answer_the_later_of_two_children_and_the_own_rectangle_ends_before_its_far_edges)
 {
     WM_MANAGER root(0, 0, 320, 240);
     PROBE* a = new PROBE("a", 10, 10, 50, 50);
     PROBE* b = new PROBE("b", 30, 30, 50, 50);
     root.add_child(a, false);
     root.add_child(b, false);
+    root.add_child(new PROBE("far", 400, 300, 10, 10), false);
     EXPECT_EQ(root.object_at(40, 40), b);
     EXPECT_EQ(root.object_at(15, 15), a);
     EXPECT_EQ(root.object_at(200, 200), &root);
     EXPECT_EQ(root.object_at(400, 10), nullptr);
+    // A child outside its parent still counts for is_over.
+    EXPECT_TRUE(root.is_over(405, 305));
+    EXPECT_FALSE(root.is_over_self(405, 305));
     b->hide(false, false);
     EXPECT_EQ(root.object_at(40, 40), a) << "a hidden child is not hit";
-}
 
-TEST_F(SCREEN_OBJECT, the_own_rectangle_includes_its_corner_and_excludes_the_far_edges)
-{
     PROBE object("o", 10, 20, 30, 40);
     EXPECT_TRUE(object.is_over_self(10, 20));
     EXPECT_TRUE(object.is_over_self(39, 59));
@@ -86,14 +81,6 @@ TEST_F(SCREEN_OBJECT, the_own_rectangle_includes_its_corner_and_excludes_the_far
     EXPECT_FALSE(object.is_over_self(9, 30));
     object.hide(false, false);
     EXPECT_FALSE(object.is_over_self(15, 25));
-}
-
-TEST_F(SCREEN_OBJECT, a_child_outside_its_parent_still_counts_for_is_over)
-{
-    WM_MANAGER root(0, 0, 50, 50);
-    root.add_child(new PROBE("far", 100, 100, 10, 10), false);
-    EXPECT_TRUE(root.is_over(105, 105));
-    EXPECT_FALSE(root.is_over_self(105, 105));
 }
 
 TEST_F(SCREEN_OBJECT, add_child_relative_moves_the_child_and_passes_the_z_level)
@@ -119,35 +106,32 @@ TEST_F(SCREEN_OBJECT, add_child_relative_moves_the_child_and_passes_the_z_level)
     delete child;
 }
 
-TEST_F(SCREEN_OBJECT, remove_child_deletes_unless_not_owned_and_ignores_strangers)
+TEST_F(SCREEN_OBJECT, remove_child_and_the_destructor_delete_owned_children_and_only_hide_the_others)
 {
-    WM_MANAGER root(0, 0, 100, 100);
-    PROBE* owned = new PROBE("owned", 0, 0, 10, 10);
     PROBE kept("kept", 0, 0, 10, 10);
     kept.not_owned = 1;
-    root.add_child(owned, false);
-    root.add_child(&kept, false);
     PROBE stranger("stranger", 0, 0, 10, 10);
-    root.remove_child(&stranger, true, false);
-    root.remove_child(nullptr, true, false);
-    EXPECT_EQ(root.child_count(), 2);
-    root.remove_child(owned, true, false);
-    EXPECT_EQ(log_count("delete:owned"), 1);
-    root.remove_child(&kept, true, false);
-    EXPECT_EQ(log_count("delete:kept"), 0);
-    EXPECT_EQ(root.child_count(), 0);
-    EXPECT_FALSE(kept.visible);
-}
-
-TEST_F(SCREEN_OBJECT, the_destructor_deletes_children_tail_first_and_only_hides_not_owned_ones)
-{
-    PROBE kept("kept", 0, 0, 10, 10);
-    kept.not_owned = 1;
     {
         WM_MANAGER root(0, 0, 100, 100);
+        PROBE* owned = new PROBE("owned", 0, 0, 10, 10);
+        root.add_child(owned, false);
+        root.add_child(&kept, false);
+        root.remove_child(&stranger, true, false);
+        root.remove_child(nullptr, true, false);
+        EXPECT_EQ(root.child_count(), 2);
+        root.remove_child(owned, true, false);
+        EXPECT_EQ(log_count("delete:owned"), 1);
+        root.remove_child(&kept, true, false);
+        EXPECT_EQ(log_count("delete:kept"), 0);
+        EXPECT_EQ(root.child_count(), 0);
+        EXPECT_FALSE(kept.visible);
+
+        // The destructor deletes tail first.
+        kept.show(false);
         root.add_child(new PROBE("first", 0, 0, 10, 10), false);
         root.add_child(&kept, false);
         root.add_child(new PROBE("last", 0, 0, 10, 10), false);
+        probe_log.clear();
     }
     EXPECT_EQ(log_names("delete"), (std::vector<std::string> { "last", "first" }));
     EXPECT_FALSE(kept.visible);
@@ -177,20 +161,7 @@ TEST_F(SCREEN_OBJECT, show_with_children_reveals_them_tail_first_and_show_alone_
     EXPECT_TRUE(b->visible && b->draw_pending);
 }
 
-TEST_F(SCREEN_OBJECT, hiding_a_hidden_object_clears_its_flags_and_marks_nothing)
-{
-    PROBE object("o", 10, 10, 20, 20);
-    object.hide(false, false);
-    wm_toolkit.dirty_rects.clear();
-    object.draw_pending = 1;
-    object.drawn = 1;
-    object.hide(false, false);
-    EXPECT_EQ(object.draw_pending, 0);
-    EXPECT_EQ(object.drawn, 0);
-    EXPECT_EQ(wm_toolkit.dirty_rects.count, 0);
-}
-
-TEST_F(SCREEN_OBJECT, hiding_a_visible_object_marks_its_rectangle)
+TEST_F(SCREEN_OBJECT, hiding_marks_the_rectangle_once_and_a_hidden_object_only_loses_its_flags)
 {
     PROBE object("o", 10, 20, 30, 40);
     wm_toolkit.dirty_rects.clear();
@@ -200,6 +171,13 @@ TEST_F(SCREEN_OBJECT, hiding_a_visible_object_marks_its_rectangle)
     EXPECT_EQ(r.y1, 20);
     EXPECT_EQ(r.x2, 39);
     EXPECT_EQ(r.y2, 59);
+    wm_toolkit.dirty_rects.clear();
+    object.draw_pending = 1;
+    object.drawn = 1;
+    object.hide(false, false);
+    EXPECT_EQ(object.draw_pending, 0);
+    EXPECT_EQ(object.drawn, 0);
+    EXPECT_EQ(wm_toolkit.dirty_rects.count, 0);
 }
 
 TEST_F(SCREEN_OBJECT, drawing_sets_drawn_and_clears_draw_pending_even_outside_the_rectangle)
@@ -220,25 +198,17 @@ TEST_F(SCREEN_OBJECT, drawing_sets_drawn_and_clears_draw_pending_even_outside_th
 
 // --- Moving and sizing ---------------------------------------------------------------------------
 
-TEST_F(SCREEN_OBJECT, set_position_and_set_size_to_what_they_are_do_nothing_at_all)
-{
-    PROBE object("o", 10, 10, 20, 20);
-    PROBE* child = new PROBE("c", 12, 12, 5, 5);
-    object.add_child(child, false);
-    wm_toolkit.dirty_rects.clear();
-    object.set_position(10, 10);
-    object.set_size(20, 20, true);
-    EXPECT_EQ(wm_toolkit.dirty_rects.count, 0);
-    EXPECT_EQ(child->x, 12);
-    EXPECT_EQ(child->width, 5);
-}
-
-TEST_F(SCREEN_OBJECT, set_position_marks_old_and_new_places_and_moves_children)
+TEST_F(SCREEN_OBJECT, set_position_marks_old_and_new_places_and_moves_children_unless_nothing_changes)
 {
     PROBE object("o", 0, 0, 10, 10);
     PROBE* child = new PROBE("c", 2, 3, 4, 4);
     object.add_child(child, false);
     wm_toolkit.dirty_rects.clear();
+    object.set_position(0, 0);
+    object.set_size(10, 10, true);
+    EXPECT_EQ(wm_toolkit.dirty_rects.count, 0) << "to what they are: nothing at all";
+    EXPECT_EQ(child->x, 2);
+    EXPECT_EQ(child->width, 4);
     object.set_position(200, 100);
     EXPECT_EQ(child->x, 202);
     EXPECT_EQ(child->y, 103);
@@ -273,7 +243,7 @@ TEST_F(SCREEN_OBJECT, set_size_with_children_resizes_them_by_the_same_delta_unle
 
 // --- Dirty rectangles --------------------------------------------------------------------------
 
-TEST_F(SCREEN_OBJECT, marks_are_clipped_to_the_display_and_dropped_when_nothing_remains)
+TEST_F(SCREEN_OBJECT, marks_are_clipped_to_the_display_dropped_when_nothing_remains_and_nearby_ones_merge)
 {
     PROBE straddling("s", 300, 230, 50, 50);
     PROBE outside("o", 400, 300, 20, 20);
@@ -291,16 +261,13 @@ TEST_F(SCREEN_OBJECT, marks_are_clipped_to_the_display_and_dropped_when_nothing_
     r = only_dirty_rect();
     EXPECT_EQ(r.x1, 0);
     EXPECT_EQ(r.x2, 319);
-}
 
-TEST_F(SCREEN_OBJECT, nearby_objects_share_one_dirty_rectangle)
-{
     PROBE a("a", 10, 10, 10, 10);
     PROBE b("b", 45, 10, 10, 10);
     wm_toolkit.dirty_rects.clear();
     a.mark_dirty();
     b.mark_dirty();
-    WM_DIRTY_RECT r = only_dirty_rect();
+    r = only_dirty_rect();
     EXPECT_EQ(r.x1, 10);
     EXPECT_EQ(r.x2, 54);
 }
@@ -419,31 +386,26 @@ TEST_F(SCREEN_OBJECT, only_the_later_overlay_gets_update_but_both_animate_and_dr
     EXPECT_EQ(pixel(60, 60), COLOUR::from_argb(0xFF00FF00u).value) << "the later overlay lies on top";
 }
 
-TEST_F(SCREEN_OBJECT, an_overlay_answering_4_is_deleted_and_the_frame_goes_on_with_0)
+TEST_F(SCREEN_OBJECT, an_overlay_answering_4_goes_deleted_or_if_not_owned_with_its_z_level_reset)
 {
     WM_MANAGER area(0, 0, 320, 240);
     area.set_z_level(0);
-    PROBE* overlay = new PROBE("ov", 10, 10, 50, 50);
-    overlay->update_code = WM_ACTION_CLOSE_OVERLAY;
-    area.add_overlay(overlay, false);
+    PROBE* owned = new PROBE("owned", 10, 10, 50, 50);
+    owned->update_code = WM_ACTION_CLOSE_OVERLAY;
+    PROBE kept("kept", 10, 10, 50, 50);
+    kept.not_owned = 1;
+    kept.update_code = WM_ACTION_CLOSE_OVERLAY;
+    area.add_overlay(&kept, false);
+    area.add_overlay(owned, false);
+    ASSERT_EQ(kept.z_level, -2);
+    // Only the top overlay hears the input: the frame goes on with 0 each time.
     EXPECT_EQ(area.update(), 0);
-    EXPECT_EQ(log_count("delete:ov"), 1);
+    EXPECT_EQ(log_count("delete:owned"), 1);
+    EXPECT_EQ(area.update(), 0);
+    EXPECT_EQ(log_count("delete:kept"), 0);
+    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(&kept));
+    EXPECT_EQ(kept.z_level, 0);
     EXPECT_EQ(wm_toolkit.overlay_list.count(), 0);
-}
-
-TEST_F(SCREEN_OBJECT, a_not_owned_overlay_answering_4_survives_with_its_z_level_reset)
-{
-    WM_MANAGER area(0, 0, 320, 240);
-    area.set_z_level(0);
-    PROBE overlay("ov", 10, 10, 50, 50);
-    overlay.not_owned = 1;
-    overlay.update_code = WM_ACTION_CLOSE_OVERLAY;
-    area.add_overlay(&overlay, false);
-    ASSERT_EQ(overlay.z_level, -2);
-    EXPECT_EQ(area.update(), 0);
-    EXPECT_EQ(log_count("delete:ov"), 0);
-    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(&overlay));
-    EXPECT_EQ(overlay.z_level, 0);
 }
 
 TEST_F(SCREEN_OBJECT, an_overlay_answering_4_from_animate_goes_and_the_walk_continues_behind_it)
@@ -563,7 +525,7 @@ void watch_focus(PROBE& probe, const char* label)
 }
 } // namespace
 
-TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_and_refuses_what_cannot_take_it)
+TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_refuses_what_cannot_take_it_and_a_deleted_focus_goes)
 {
     focus_events.clear();
     PROBE a("a", 0, 0, 10, 10, COLOUR(), true);
@@ -580,10 +542,8 @@ TEST_F(SCREEN_OBJECT, take_focus_tells_both_objects_and_refuses_what_cannot_take
     EXPECT_EQ(wm_toolkit.focus_object, &b);
     EXPECT_EQ(focus_events, (std::vector<std::string> { "a+", "a-", "b+" }));
     EXPECT_TRUE(wm_toolkit.focus_seen);
-}
 
-TEST_F(SCREEN_OBJECT, deleting_the_focus_object_clears_the_focus_and_calls_the_hooks)
-{
+    // Deleting the focus object clears the focus and calls the hooks.
     focus_events.clear();
     static std::vector<std::string> hooks;
     hooks.clear();
@@ -598,7 +558,7 @@ TEST_F(SCREEN_OBJECT, deleting_the_focus_object_clears_the_focus_and_calls_the_h
     wm_toolkit.object_created_hook = nullptr;
     wm_toolkit.object_destroyed_hook = nullptr;
     EXPECT_EQ(wm_toolkit.focus_object, nullptr);
-    EXPECT_EQ(focus_events, (std::vector<std::string> { "o+", "o-" }));
+    EXPECT_EQ(focus_events, (std::vector<std::string> { "b-", "o+", "o-" }));
     EXPECT_EQ(hooks, (std::vector<std::string> { "created:o", "destroyed" }));
 }
 
@@ -621,15 +581,6 @@ TEST_F(SCREEN_OBJECT, the_flash_phase_follows_the_clock_in_eight_periods)
     EXPECT_EQ(wm_toolkit.flash_phase, 0x80);
 }
 
-TEST_F(SCREEN_OBJECT, set_active_repaints_and_stores)
-{
-    PROBE object("o", 0, 0, 10, 10);
-    probe_log.clear();
-    object.set_active(true);
-    EXPECT_EQ(object.active, 1);
-    EXPECT_EQ(log_count("show:o"), 1);
-}
-
 TEST_F(SCREEN_OBJECT, a_manager_of_size_0_takes_the_display_size)
 {
     WM_MANAGER root(0, 0, 0, 0);
@@ -646,17 +597,4 @@ TEST(SCREEN_OBJECT_DEATH, a_manager_of_negative_size_stops_the_program)
     RUN_RESULT result = run_in_child([] { WM_MANAGER root(0, 0, -5, 10); });
     EXPECT_EQ(result.status, 255);
     EXPECT_NE(result.output.find("ERROR: 0060:\nScreen object has invalid size"), std::string::npos) << result.output;
-}
-
-TEST_F(SCREEN_OBJECT, construction_defaults_and_the_stored_left_callback)
-{
-    INT_S32 calls = 0;
-    WM_SCREEN_OBJECT object(true, count_call, reinterpret_cast<PTR_INT_CAST>(&calls), 7);
-    EXPECT_EQ(object.left_callback(&object, object.left_data1, object.left_data2), 0);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(object.left_data2, 7);
-    EXPECT_EQ(object.z_level, -1);
-    EXPECT_EQ(object.shading_type, 1);
-    EXPECT_EQ(object.right_trigger, 2);
-    EXPECT_TRUE(object.visible && object.draw_pending);
 }

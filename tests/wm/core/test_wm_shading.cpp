@@ -3,6 +3,8 @@
 
 #include "toolkit_fixture.h"
 
+#include <vector>
+
 #include "graphics/image.h"
 
 namespace {
@@ -34,20 +36,48 @@ protected:
 
 } // namespace
 
-TEST_F(SHADING, the_default_type_6_is_two_light_lines_on_top_and_left_and_two_dark_ones_opposite)
+TEST_F(SHADING, each_type_draws_its_lines_in_light_and_dark_on_the_sides_asked_for)
 {
-    box(BORDER_ALL, 1);
     const INT_U32 white = value(0xFFFFFFFFu), grey = value(0xFF808080u), black = value(0xFF000000u);
-    EXPECT_EQ(pixel(15, 10), white);
-    EXPECT_EQ(pixel(15, 11), white);
-    EXPECT_EQ(pixel(15, 12), black) << "the inside is not filled";
-    EXPECT_EQ(pixel(10, 15), white);
-    EXPECT_EQ(pixel(11, 15), white);
-    EXPECT_EQ(pixel(15, 29), grey);
-    EXPECT_EQ(pixel(15, 28), grey);
-    EXPECT_EQ(pixel(29, 15), grey);
-    EXPECT_EQ(pixel(29, 10), grey) << "the right line runs the whole height";
-    EXPECT_EQ(pixel(9, 9), black);
+    const INT_U32 green = value(0xFF00FF00u), red = value(0xFFFF0000u);
+    struct PIXEL_AT {
+        INT_S32 x, y;
+        INT_U32 value;
+    };
+    struct CASE {
+        const char* what;
+        INT_U16 sides;
+        INT_S32 type;
+        INT_U32 theme_mid, theme_outline;
+        std::vector<PIXEL_AT> pixels;
+    } cases[] = {
+        // Two light lines on top and left, two dark ones opposite; the inside is not filled, and
+        // the right line runs the whole height.
+        { "default type 6", BORDER_ALL, 1, 0, 0,
+            { { 15, 10, white }, { 15, 11, white }, { 15, 12, black }, { 10, 15, white }, { 11, 15, white },
+                { 15, 29, grey }, { 15, 28, grey }, { 29, 15, grey }, { 29, 10, grey }, { 9, 9, black } } },
+        { "pressed swaps light and dark", BORDER_ALL | BORDER_INVERTED, 6, 0, 0,
+            { { 15, 10, grey }, { 15, 29, white } } },
+        { "only the top", BORDER_TOP, 4, 0, 0,
+            { { 15, 10, white }, { 10, 15, black }, { 15, 29, black }, { 29, 15, black } } },
+        { "type 2", BORDER_ALL, 2, 0xFF00FF00u, 0,
+            { { 15, 10, grey }, { 15, 11, green }, { 15, 12, white }, { 15, 29, white }, { 15, 27, grey } } },
+        // The outermost lines keep their colours; the inner ones turn.
+        { "type 2 pressed", BORDER_ALL | BORDER_INVERTED, 2, 0xFF00FF00u, 0,
+            { { 15, 10, grey }, { 15, 12, grey }, { 15, 29, white }, { 15, 27, white } } },
+        { "outline without a theme outline", BORDER_ALL, 3, 0, 0, { { 15, 10, black } } },
+        { "outline type 9", BORDER_ALL, 9, 0, 0xFFFF0000u,
+            { { 15, 10, red }, { 15, 13, white }, { 15, 14, black }, { 15, 29, red }, { 15, 26, grey } } },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        back_buffer_of(0)->clear(COLOUR::from_argb(0xFF000000u), true);
+        wm_toolkit.theme_mid_colour = c.theme_mid ? COLOUR::from_argb(c.theme_mid) : COLOUR();
+        wm_toolkit.theme_outline_colour = c.theme_outline ? COLOUR::from_argb(c.theme_outline) : COLOUR();
+        box(c.sides, c.type);
+        for (const PIXEL_AT& at : c.pixels)
+            EXPECT_EQ(pixel(at.x, at.y), at.value) << "at " << at.x << "," << at.y;
+    }
     EXPECT_EQ(object.shading_thickness(1), 2);
 }
 
@@ -71,51 +101,6 @@ TEST_F(SHADING, without_an_own_colour_the_theme_then_the_argument_then_the_base_
     box(BORDER_ALL, 4);
     EXPECT_EQ(pixel(15, 29), value(0xFF070E15u)) << "the theme's base at 70 percent";
     EXPECT_EQ(pixel(15, 10), value(0xFF0D1A27u)) << "and at 130";
-}
-
-TEST_F(SHADING, the_pressed_form_swaps_light_and_dark)
-{
-    box(BORDER_ALL | BORDER_INVERTED, 6);
-    EXPECT_EQ(pixel(15, 10), value(0xFF808080u));
-    EXPECT_EQ(pixel(15, 29), value(0xFFFFFFFFu));
-}
-
-TEST_F(SHADING, type_2_keeps_its_outer_line_dark_on_top_even_when_pressed)
-{
-    wm_toolkit.theme_mid_colour = COLOUR::from_argb(0xFF00FF00u);
-    box(BORDER_ALL, 2);
-    EXPECT_EQ(pixel(15, 10), value(0xFF808080u));
-    EXPECT_EQ(pixel(15, 11), value(0xFF00FF00u));
-    EXPECT_EQ(pixel(15, 12), value(0xFFFFFFFFu));
-    EXPECT_EQ(pixel(15, 29), value(0xFFFFFFFFu));
-    EXPECT_EQ(pixel(15, 27), value(0xFF808080u));
-    box(BORDER_ALL | BORDER_INVERTED, 2);
-    EXPECT_EQ(pixel(15, 10), value(0xFF808080u)) << "outermost top stays dark";
-    EXPECT_EQ(pixel(15, 12), value(0xFF808080u)) << "inner light becomes dark";
-    EXPECT_EQ(pixel(15, 29), value(0xFFFFFFFFu)) << "outermost bottom stays light";
-    EXPECT_EQ(pixel(15, 27), value(0xFFFFFFFFu));
-}
-
-TEST_F(SHADING, outline_types_use_the_theme_outline_and_draw_nothing_without_it)
-{
-    box(BORDER_ALL, 3);
-    EXPECT_EQ(pixel(15, 10), value(0xFF000000u));
-    wm_toolkit.theme_outline_colour = COLOUR::from_argb(0xFFFF0000u);
-    box(BORDER_ALL, 9);
-    EXPECT_EQ(pixel(15, 10), value(0xFFFF0000u));
-    EXPECT_EQ(pixel(15, 13), value(0xFFFFFFFFu));
-    EXPECT_EQ(pixel(15, 14), value(0xFF000000u));
-    EXPECT_EQ(pixel(15, 29), value(0xFFFF0000u));
-    EXPECT_EQ(pixel(15, 26), value(0xFF808080u));
-}
-
-TEST_F(SHADING, only_the_sides_asked_for_are_drawn)
-{
-    box(BORDER_TOP, 4);
-    EXPECT_EQ(pixel(15, 10), value(0xFFFFFFFFu));
-    EXPECT_EQ(pixel(10, 15), value(0xFF000000u));
-    EXPECT_EQ(pixel(15, 29), value(0xFF000000u));
-    EXPECT_EQ(pixel(29, 15), value(0xFF000000u));
 }
 
 TEST_F(SHADING, round_corners_leave_the_corner_pixel_out)

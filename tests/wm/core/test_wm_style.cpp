@@ -50,7 +50,7 @@ protected:
 
 } // namespace
 
-TEST_F(STYLE, fonts_take_the_targets_defaults_for_what_the_style_leaves_open)
+TEST_F(STYLE, fonts_and_gaps_take_the_defaults_for_what_the_style_leaves_open)
 {
     WM_STYLE_SET set;
     WM_STYLE_FONT font = style_font(&set);
@@ -65,11 +65,8 @@ TEST_F(STYLE, fonts_take_the_targets_defaults_for_what_the_style_leaves_open)
     EXPECT_EQ(font.width, 12);
     EXPECT_EQ(font.height, 14);
     EXPECT_EQ(style_font(nullptr).font, 10);
-}
 
-TEST_F(STYLE, unset_gaps_become_the_borders_thickness_or_0)
-{
-    WM_STYLE_SET set;
+    // Unset gaps become the border's thickness, or 0 for the cells.
     set.shading_type = 9;
     set.border_top_gap = 3;
     WM_STYLE_GAPS gaps = style_border_gaps(&set, nullptr);
@@ -80,8 +77,7 @@ TEST_F(STYLE, unset_gaps_become_the_borders_thickness_or_0)
     PROBE object("o", 0, 0, 10, 10);
     object.shading_type = 8;
     EXPECT_EQ(style_border_gaps(&set, &object).left, 3) << "or the object's own";
-    WM_STYLE_GAPS cells = style_cell_gaps(&set);
-    EXPECT_EQ(cells.left, 0);
+    EXPECT_EQ(style_cell_gaps(&set).left, 0);
     set.cell_bottom_gap = 6;
     EXPECT_EQ(style_cell_gaps(&set).bottom, 6);
 }

@@ -85,23 +85,15 @@ bool read_ss(const TEMP_FOLDER& temp, const std::string& text, WM_STYLE_SET* set
 
 } // namespace
 
-TEST(WM_STYLE_SET, constructor_and_reset_give_the_defaults)
+TEST(WM_STYLE_SET, reset_gives_the_defaults_again)
 {
+    // The written text of a fresh set (below) shows most defaults; these it does not.
     WM_STYLE_SET set;
-    EXPECT_STREQ(set.image_path, "");
-    EXPECT_EQ(set.shading_type, 1);
-    EXPECT_EQ(set.fg_colour, COLOUR_WHITE);
-    EXPECT_EQ(set.bg_colour, COLOUR_BLACK);
     for (INT_S32 i = 2; i < WM_STYLE_SET::COLOUR_COUNT; ++i)
         EXPECT_EQ(*set.colour_at(i), COLOUR_INVISIBLE) << i;
     EXPECT_EQ(set.flags, 5u);
     EXPECT_EQ(set.scale_flags, 238);
-    EXPECT_EQ(set.shading_flags, 255);
     EXPECT_EQ(set.font_id, 255);
-    EXPECT_EQ(set.cell_bottom_gap, -1);
-    EXPECT_EQ(set.x_spacing, 1);
-    EXPECT_EQ(set.scrollbar_slider_width, 10);
-    EXPECT_EQ(set.grid_two_tone_value, 20);
 
     std::vector<unsigned char> defaults = stream_of(set);
     set.flags = 0;
@@ -559,74 +551,57 @@ TEST(WM_STYLE_SET, ss_read_loads_images_from_here)
 
 TEST(WM_STYLE_SET, rescale_follows_the_retain_bits)
 {
-    WM_STYLE_SET set;
-    auto gaps = [&](INT_S16 l, INT_S16 r, INT_S16 t, INT_S16 b) {
-        set.border_left_gap = l;
-        set.border_right_gap = r;
-        set.border_top_gap = t;
-        set.border_bottom_gap = b;
+    struct CASE {
+        const char* what;
+        INT_U8 scale_flags;
+        INT_S16 left, right, top, bottom;
+        INT_S16 new_width, new_height;
+        INT_S16 left_after, right_after, top_after, bottom_after;
+    } cases[] = {
+        { "nothing retained: each gap scales, truncated", 0, 10, 5, 3, 7, 150, 50, 15, 7, 1, 3 },
+        // Width and left kept: the right gap takes the whole change.
+        { "width and left kept", sssf_retain_width | sssf_retain_left_border, 10, 5, 3, 7, 120, 100, 10, 25, 3, 7 },
+        { "width and left kept, right 0", sssf_retain_width | sssf_retain_left_border, 10, 0, 3, 7, 120, 100, 10, 0,
+            3, 7 },
+        // Width kept, both gaps free: the change is shared out by their sizes.
+        { "width kept", sssf_retain_width, 10, 30, 3, 7, 140, 100, 20, 60, 3, 7 },
+        // Left kept, width free: r = (W - l) * r / (w - l).
+        { "left kept", sssf_retain_left_border, 10, 9, 3, 7, 190, 100, 10, 18, 3, 7 },
+        { "unset gaps stay unset", 0, -1, -1, -1, -1, 200, 200, -1, -1, -1, -1 },
     };
-    // Nothing retained: both gaps scale by the factor, truncated.
-    set.scale_flags = 0;
-    gaps(10, 5, 3, 7);
-    set.rescale(100, 100, 150, 50);
-    EXPECT_EQ(set.border_left_gap, 15);
-    EXPECT_EQ(set.border_right_gap, 7);
-    EXPECT_EQ(set.border_top_gap, 1);
-    EXPECT_EQ(set.border_bottom_gap, 3);
-
-    // Width and left kept: the right gap takes the whole change.
-    set.scale_flags = sssf_retain_width | sssf_retain_left_border;
-    gaps(10, 5, 3, 7);
-    set.rescale(100, 100, 120, 100);
-    EXPECT_EQ(set.border_left_gap, 10);
-    EXPECT_EQ(set.border_right_gap, 25);
-    gaps(10, 0, 3, 7);
-    set.rescale(100, 100, 120, 100);
-    EXPECT_EQ(set.border_right_gap, 0);
-
-    // Width kept, both gaps free: the change is shared out by their sizes.
-    set.scale_flags = sssf_retain_width;
-    gaps(10, 30, 3, 7);
-    set.rescale(100, 100, 140, 100);
-    EXPECT_EQ(set.border_left_gap, 20);
-    EXPECT_EQ(set.border_right_gap, 60);
-
-    // Left kept, width free: r = (W - l) * r / (w - l).
-    set.scale_flags = sssf_retain_left_border;
-    gaps(10, 9, 3, 7);
-    set.rescale(100, 100, 190, 100);
-    EXPECT_EQ(set.border_left_gap, 10);
-    EXPECT_EQ(set.border_right_gap, 18);
-
-    // Unset gaps stay unset.
-    set.scale_flags = 0;
-    gaps(-1, -1, -1, -1);
-    set.rescale(100, 100, 200, 200);
-    EXPECT_EQ(set.border_left_gap, -1);
-    EXPECT_EQ(set.border_bottom_gap, -1);
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        WM_STYLE_SET set;
+        set.scale_flags = c.scale_flags;
+        set.border_left_gap = c.left;
+        set.border_right_gap = c.right;
+        set.border_top_gap = c.top;
+        set.border_bottom_gap = c.bottom;
+        set.rescale(100, 100, c.new_width, c.new_height);
+        EXPECT_EQ(set.border_left_gap, c.left_after);
+        EXPECT_EQ(set.border_right_gap, c.right_after);
+        EXPECT_EQ(set.border_top_gap, c.top_after);
+        EXPECT_EQ(set.border_bottom_gap, c.bottom_after);
+    }
 }
 
 TEST(WM_STYLE_SET, rescale_puts_the_scaled_y_font_size_into_x)
 {
-    WM_STYLE_SET set;
-    set.font_x_sz = 10;
-    set.font_y_sz = 20;
-    set.scale_flags = sssf_retain_x_font_size;
-    set.rescale(100, 100, 300, 200);
-    EXPECT_EQ(set.font_x_sz, 40);
-    EXPECT_EQ(set.font_y_sz, 20);
-
-    set.font_x_sz = 10;
-    set.scale_flags = sssf_retain_y_font_size;
-    set.rescale(100, 100, 300, 150);
-    EXPECT_EQ(set.font_x_sz, 30);
-    EXPECT_EQ(set.font_y_sz, 20);
-
-    set.font_x_sz = 10;
-    set.scale_flags = sssf_retain_x_font_size | sssf_retain_y_font_size;
-    set.rescale(100, 100, 300, 150);
-    EXPECT_EQ(set.font_x_sz, 10);
+    struct CASE {
+        INT_U8 scale_flags;
+        INT_S16 new_width, new_height;
+        INT_S16 x_after;
+    } cases[] = { { sssf_retain_x_font_size, 300, 200, 40 }, { sssf_retain_y_font_size, 300, 150, 30 },
+        { sssf_retain_x_font_size | sssf_retain_y_font_size, 300, 150, 10 } };
+    for (const CASE& c : cases) {
+        WM_STYLE_SET set;
+        set.font_x_sz = 10;
+        set.font_y_sz = 20;
+        set.scale_flags = c.scale_flags;
+        set.rescale(100, 100, c.new_width, c.new_height);
+        EXPECT_EQ(set.font_x_sz, c.x_after) << int(c.scale_flags);
+        EXPECT_EQ(set.font_y_sz, 20) << int(c.scale_flags);
+    }
 }
 
 TEST(WM_STYLE_SET, text_flags_keep_the_seven_drawing_bits)

@@ -261,6 +261,19 @@ protected:
         TOOLKIT_TEST::TearDown();
     }
 
+    // The old page shown again at once, the next one pending, and no frame of the transition yet.
+    void restart()
+    {
+        manager->transition_time = 0;
+        old_page = &new_page("old", OLD_FILL);
+        set_test_page(manager, 0, *old_page, true, ++page_id);
+        manager->change_page(WM_ACTION_PAGE, 0);
+        manager->transition_time = 700;
+        next_page = &new_page("new", NEW_FILL);
+        set_test_page(manager, 0, *next_page, true, ++page_id);
+        first_frame = headless_frames_presented();
+    }
+
     TEST_PAGE& new_page(const char* name, INT_U32 fill)
     {
         pages_.emplace_back();
@@ -289,77 +302,50 @@ protected:
     TEST_PAGE* old_page { nullptr };
     TEST_PAGE* next_page { nullptr };
     INT_S32 first_frame { 0 };
+    INT_U32 page_id { 10 };
 };
 
 } // namespace
 
-TEST_F(TRANSITION, fade_in_shows_the_new_page_rising_from_black_by_the_clock)
+TEST_F(TRANSITION, fades_crossfade_and_greys_follow_the_clock_on_the_object_and_the_ground)
 {
-    manager->change_page(WM_ACTION_PAGE_FADE_IN, 0);
-    std::vector<const HEADLESS_FRAME*> frames = transition_frames();
-    // Clock reads 100 ms apart from the start: 100 ... 700 ms, seven frames.
-    ASSERT_EQ(frames.size(), 7u);
-    EXPECT_EQ(manager->transition_frames, 7);
-    INT_U32 start = frames[0]->time - 100;
-    for (const HEADLESS_FRAME* shown : frames) {
-        INT_S32 progress = static_cast<INT_S32>((shown->time - start) * 255 / 700);
-        EXPECT_TRUE(near(shown->pixel(15, 15), over(object_new(), BLACK, progress), 1)) << progress;
-        EXPECT_TRUE(near(shown->pixel(200, 200), over(ground(), BLACK, progress), 1)) << progress;
-    }
-    EXPECT_TRUE(near(frames.back()->pixel(15, 15), object_new(), 0)) << "the end is the page itself";
-    EXPECT_EQ(next_page->builds, 1);
-}
-
-TEST_F(TRANSITION, fade_out_darkens_the_old_page_before_the_new_one_comes)
-{
-    manager->change_page(WM_ACTION_PAGE_FADE_OUT, 0);
-    std::vector<const HEADLESS_FRAME*> frames = transition_frames();
-    ASSERT_GE(frames.size(), 7u);
-    INT_U32 start = frames[0]->time - 100;
-    for (size_t i = 0; i < 7; ++i) {
-        INT_S32 progress = static_cast<INT_S32>((frames[i]->time - start) * 255 / 700);
-        EXPECT_TRUE(near(frames[i]->pixel(15, 15), over(object_old(), BLACK, 255 - progress), 1)) << progress;
-    }
-    EXPECT_TRUE(near(frames[6]->pixel(15, 15), BLACK, 0));
-    EXPECT_EQ(next_page->builds, 1);
-    // The page comes at once afterwards.
-    EXPECT_TRUE(near(back_buffer_of(0)->at(15, 15).value, object_new(), 0));
-}
-
-TEST_F(TRANSITION, crossfade_blends_from_the_old_page_to_the_new)
-{
-    manager->change_page(WM_ACTION_PAGE_CROSSFADE, 0);
-    std::vector<const HEADLESS_FRAME*> frames = transition_frames();
-    ASSERT_EQ(frames.size(), 7u);
-    INT_U32 start = frames[0]->time - 100;
-    for (const HEADLESS_FRAME* shown : frames) {
-        INT_S32 progress = static_cast<INT_S32>((shown->time - start) * 255 / 700);
-        EXPECT_TRUE(near(shown->pixel(15, 15), over(object_new(), object_old(), progress), 1)) << progress;
-        EXPECT_TRUE(near(shown->pixel(200, 200), ground(), 0)) << "what does not change stays";
-    }
-}
-
-TEST_F(TRANSITION, from_grey_and_grey_out_follow_the_elapsed_time)
-{
-    manager->change_page(WM_ACTION_PAGE_FROM_GREY, 0);
-    std::vector<const HEADLESS_FRAME*> frames = transition_frames();
-    ASSERT_EQ(frames.size(), 7u);
-    INT_U32 start = frames[0]->time - 100;
-    for (const HEADLESS_FRAME* shown : frames) {
-        INT_S32 elapsed = static_cast<INT_S32>(shown->time - start);
-        EXPECT_TRUE(near(shown->pixel(15, 15), from_grey(object_new(), elapsed, 700), 0)) << elapsed;
-    }
-
-    first_frame = headless_frames_presented();
-    TEST_PAGE& third = new_page("third", OLD_FILL);
-    set_test_page(manager, 0, third, true, 3);
-    manager->change_page(WM_ACTION_PAGE_GREY_OUT, 0);
-    frames = transition_frames();
-    ASSERT_GE(frames.size(), 7u);
-    start = frames[0]->time - 100;
-    for (size_t i = 0; i < 7; ++i) {
-        INT_S32 elapsed = static_cast<INT_S32>(frames[i]->time - start);
-        EXPECT_TRUE(near(frames[i]->pixel(15, 15), to_grey(object_new(), elapsed, 700), 0)) << elapsed;
+    struct CASE {
+        INT_S32 code;
+        bool new_page_comes_after; // the effect runs on the old page, then the new comes at once
+        INT_S32 tolerance;
+        std::function<RGB(RGB old_colour, RGB new_colour, INT_S32 elapsed)> expected;
+    } cases[] = {
+        { WM_ACTION_PAGE_FADE_IN, false, 1,
+            [](RGB, RGB n, INT_S32 e) { return over(n, BLACK, e * 255 / 700); } },
+        { WM_ACTION_PAGE_FADE_OUT, true, 1,
+            [](RGB o, RGB, INT_S32 e) { return over(o, BLACK, 255 - e * 255 / 700); } },
+        { WM_ACTION_PAGE_CROSSFADE, false, 1, [](RGB o, RGB n, INT_S32 e) { return over(n, o, e * 255 / 700); } },
+        { WM_ACTION_PAGE_FROM_GREY, false, 0, [](RGB, RGB n, INT_S32 e) { return from_grey(n, e, 700); } },
+        { WM_ACTION_PAGE_GREY_OUT, true, 0, [](RGB o, RGB, INT_S32 e) { return to_grey(o, e, 700); } },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.code);
+        restart();
+        manager->change_page(c.code, 0);
+        std::vector<const HEADLESS_FRAME*> frames = transition_frames();
+        // Clock reads 100 ms apart from the start: 100 ... 700 ms, seven frames.
+        if (c.new_page_comes_after) {
+            ASSERT_GE(frames.size(), 7u);
+        } else {
+            ASSERT_EQ(frames.size(), 7u);
+            EXPECT_EQ(manager->transition_frames, 7);
+        }
+        INT_U32 start = frames[0]->time - 100;
+        for (size_t i = 0; i < 7; ++i) {
+            INT_S32 elapsed = static_cast<INT_S32>(frames[i]->time - start);
+            EXPECT_TRUE(near(frames[i]->pixel(15, 15), c.expected(object_old(), object_new(), elapsed), c.tolerance))
+                << elapsed;
+            EXPECT_TRUE(near(frames[i]->pixel(200, 200), c.expected(ground(), ground(), elapsed), c.tolerance))
+                << elapsed;
+        }
+        EXPECT_EQ(next_page->builds, 1);
+        // The end is the page itself.
+        EXPECT_TRUE(near(back_buffer_of(0)->at(15, 15).value, object_new(), 0));
     }
 }
 
@@ -456,12 +442,7 @@ TEST_F(TRANSITION, a_random_direction_is_one_of_the_four)
     for (unsigned seed : { 1u, 2u, 3u, 4u, 5u }) {
         srand(seed);
         // Each round starts from the old page again, so that the pictures are the model's.
-        TEST_PAGE& old_one = new_page("round_old", OLD_FILL);
-        set_test_page(manager, 0, old_one, true, 100 + seed);
-        manager->change_page(WM_ACTION_PAGE, 0);
-        TEST_PAGE& new_one = new_page("round_new", NEW_FILL);
-        set_test_page(manager, 0, new_one, true, 200 + seed);
-        first_frame = headless_frames_presented();
+        restart();
         manager->change_page(WM_ACTION_PAGE_COVER, 0);
         std::vector<const HEADLESS_FRAME*> frames = transition_frames();
         ASSERT_EQ(frames.size(), 7u);

@@ -39,14 +39,13 @@ INT_S32 said_yes(WM_SCREEN_OBJECT* object, PTR_INT_CAST data1, PTR_INT_CAST)
     return WM_ACTION_QUIT;
 }
 
-WM_CONFIRM* quit_question(ANSWERS* answers, bool no_callback_of_its_own = true)
+WM_CONFIRM* quit_question(ANSWERS* answers)
 {
     CONFIRM_BUTTON buttons[2];
     buttons[0].text = "Yes";
     buttons[0].callback = said_yes;
     buttons[0].data1 = reinterpret_cast<PTR_INT_CAST>(answers);
     buttons[1].text = "No";
-    (void)no_callback_of_its_own;
     WM_DIALOG_EFFECT quick;
     quick.flags = 0;
     return new WM_CONFIRM(-1, -1, -1, -1, "Quit", "Do you really want to quit?", buttons, 2, true, nullptr, nullptr,
@@ -81,68 +80,49 @@ TEST_F(CONFIRM, measures_itself_with_the_message_above_a_row_of_even_buttons)
     EXPECT_EQ(yes->trigger, TRIGGER_RELEASE);
 }
 
-TEST_F(CONFIRM, asking_yes_released_answers_with_its_callback)
+TEST_F(CONFIRM, asking_yes_answers_with_its_callback_and_no_closes_it_by_pointer_or_keyboard)
 {
-    ANSWERS answers;
-    WM_CONFIRM* confirm = quit_question(&answers);
-    add_overlay(confirm);
-    frames(2);
-    WM_BUTTON* yes = confirm->button(0);
-    EXPECT_EQ(click(yes->x + 5, yes->y + 5), WM_ACTION_QUIT);
-    EXPECT_EQ(answers.yes, 1);
-}
-
-TEST_F(CONFIRM, asking_no_released_closes_it_with_the_standard_answer)
-{
-    ANSWERS answers;
-    WM_CONFIRM* confirm = quit_question(&answers);
-    add_overlay(confirm);
-    frames(2);
-    WM_BUTTON* no = confirm->button(1);
-    move(no->x + 5, no->y + 5);
-    press();
-    EXPECT_EQ(frame(), 0);
-    EXPECT_FALSE(confirm->is_closing());
-    release();
-    frame();
-    frame();
-    EXPECT_EQ(answers.yes, 0);
-    EXPECT_FALSE(confirm->visible);
-}
-
-TEST_F(CONFIRM, asking_return_answers_with_the_yes_button)
-{
-    ANSWERS answers;
-    add_overlay(quit_question(&answers));
-    frames(2);
-    EXPECT_EQ(type_key(KEY_RETURN), WM_ACTION_QUIT);
-    EXPECT_EQ(answers.yes, 1);
-}
-
-TEST_F(CONFIRM, asking_escape_answers_with_the_no_button)
-{
-    ANSWERS answers;
-    WM_CONFIRM* confirm = quit_question(&answers);
-    add_overlay(confirm);
-    frames(2);
-    type_key(KEY_ESCAPE);
-    frame();
-    EXPECT_EQ(answers.yes, 0);
-    EXPECT_FALSE(confirm->visible);
-}
-
-TEST_F(CONFIRM, asking_tab_then_return_answers_with_the_no_button)
-{
-    ANSWERS answers;
-    WM_CONFIRM* confirm = quit_question(&answers);
-    add_overlay(confirm);
-    frames(2);
-    type_key(KEY_TAB);
-    EXPECT_TRUE(confirm->button(1)->has_focus());
-    type_key(KEY_RETURN);
-    frame();
-    EXPECT_EQ(answers.yes, 0);
-    EXPECT_FALSE(confirm->visible);
+    struct CASE {
+        const char* how;
+        bool yes;
+    } cases[] = { { "click yes", true }, { "return", true }, { "click no", false }, { "escape", false },
+        { "tab return", false } };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.how);
+        ANSWERS answers;
+        WM_CONFIRM* confirm = quit_question(&answers);
+        add_overlay(confirm);
+        frames(2);
+        std::string how = c.how;
+        INT_S32 code = 0;
+        if (how == "click yes") {
+            code = click(confirm->button(0)->x + 5, confirm->button(0)->y + 5);
+        } else if (how == "return") {
+            code = type_key(KEY_RETURN);
+        } else if (how == "click no") {
+            // The answer comes with the release, not the press.
+            move(confirm->button(1)->x + 5, confirm->button(1)->y + 5);
+            press();
+            EXPECT_EQ(frame(), 0);
+            EXPECT_FALSE(confirm->is_closing());
+            release();
+            code = frame();
+        } else if (how == "escape") {
+            code = type_key(KEY_ESCAPE);
+        } else {
+            type_key(KEY_TAB);
+            EXPECT_TRUE(confirm->button(1)->has_focus());
+            code = type_key(KEY_RETURN);
+        }
+        frame();
+        EXPECT_EQ(answers.yes, c.yes ? 1 : 0);
+        if (c.yes) {
+            EXPECT_EQ(code, WM_ACTION_QUIT);
+            page->clear_objects(true, false);
+        } else {
+            EXPECT_FALSE(confirm->visible);
+        }
+    }
 }
 
 TEST_F(CONFIRM, without_button_texts_a_single_close_is_made)
@@ -201,8 +181,11 @@ TEST_F(CONFIRM, progress_dialog_shows_each_value_on_the_display_before_it_return
         nullptr, true);
     add_overlay(dialog);
     INT_S32 shown = headless_frames_presented();
-    // No frame runs between these calls: each has to reach the display by itself.
+    // No frame runs between these calls: each has to reach the display by itself, at its place
+    // and without an effect.
     dialog->set_value(100);
+    EXPECT_EQ(dialog->x, (SCREEN_WIDTH - dialog->width) / 2);
+    EXPECT_EQ(dialog->alpha, 255);
     EXPECT_GT(headless_frames_presented(), shown);
     EXPECT_EQ(value.as_int(&value.value), 100);
     WM_PROGRESS_BAR* bar = dialog->bar();
@@ -216,17 +199,10 @@ TEST_F(CONFIRM, progress_dialog_shows_each_value_on_the_display_before_it_return
     dialog->set_status("Copying file 2");
     EXPECT_GT(headless_frames_presented(), shown);
     EXPECT_STREQ(dialog->status_line()->get_text(), "Copying file 2");
-}
-
-TEST_F(CONFIRM, progress_dialog_shown_now_is_painted_at_its_place_without_an_effect)
-{
-    WM_PROGRESS_BAR_DIALOG* dialog = new WM_PROGRESS_BAR_DIALOG("Unpacking", nullptr, nullptr, COLOUR_GREEN, false,
+    WM_PROGRESS_BAR_DIALOG* plain = new WM_PROGRESS_BAR_DIALOG("Unpacking", nullptr, nullptr, COLOUR_GREEN, false,
         nullptr, true);
-    add_overlay(dialog);
-    dialog->set_value(10);
-    EXPECT_EQ(dialog->x, (SCREEN_WIDTH - dialog->width) / 2);
-    EXPECT_EQ(dialog->alpha, 255);
-    EXPECT_EQ(dialog->status_line(), nullptr);
+    EXPECT_EQ(plain->status_line(), nullptr) << "no status text: no status line";
+    delete plain;
 }
 
 // --- Text edit dialog --------------------------------------------------------------------------------------
@@ -278,19 +254,7 @@ TEST_F(CONFIRM, text_edit_typing_then_return_accepts_the_name)
     EXPECT_TRUE(dialog->is_closing());
 }
 
-TEST_F(CONFIRM, text_edit_escape_cancels)
-{
-    NAMED named;
-    WM_TEXT_EDIT_DIALOG* dialog = new_folder_question(&named, "Folder");
-    add_overlay(dialog);
-    frames(2);
-    type_key(KEY_ESCAPE, 27);
-    frame();
-    EXPECT_EQ(named.calls, 1);
-    EXPECT_FALSE(named.accepted);
-}
-
-TEST_F(CONFIRM, text_edit_return_on_an_empty_name_does_nothing_and_ok_is_disabled)
+TEST_F(CONFIRM, text_edit_refuses_an_empty_name_and_escape_cancels)
 {
     NAMED named;
     WM_TEXT_EDIT_DIALOG* dialog = new_folder_question(&named);
@@ -301,6 +265,10 @@ TEST_F(CONFIRM, text_edit_return_on_an_empty_name_does_nothing_and_ok_is_disable
     click(ok->x + 3, ok->y + 3);
     EXPECT_EQ(named.calls, 0);
     EXPECT_FALSE(dialog->is_closing());
+    type_key(KEY_ESCAPE, 27);
+    frame();
+    EXPECT_EQ(named.calls, 1);
+    EXPECT_FALSE(named.accepted);
 }
 
 TEST_F(CONFIRM, text_edit_arrows_move_the_cursor_and_typing_inserts_there)

@@ -52,6 +52,14 @@ bool near(COLOUR a, COLOUR b, INT_S32 tolerance = 2)
         && abs(a.blue() - b.blue()) <= tolerance;
 }
 
+// A plain button 80 by 30 at (x, y).
+WM_BUTTON* button_at(INT_S16 x, INT_S16 y, const char* title, INT_U8 trigger = TRIGGER_RELEASE,
+    WM_CALLBACK callback = nullptr, PTR_INT_CAST data = 0)
+{
+    return new WM_BUTTON(x, y, static_cast<INT_S16>(x + 79), static_cast<INT_S16>(y + 29), title, COLOUR_BLACK,
+        COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10, 14, 14, -1, -1, -1, -1, -1, -1, trigger, callback, data, 0);
+}
+
 class DIALOG : public WIDGET_SCREEN {};
 
 INT_S32 answer_33(WM_SCREEN_OBJECT*, PTR_INT_CAST, PTR_INT_CAST)
@@ -63,10 +71,9 @@ INT_S32 answer_33(WM_SCREEN_OBJECT*, PTR_INT_CAST, PTR_INT_CAST)
 
 // --- Shown, before the first paint ------------------------------------------------------------------
 
-TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_answers_its_resting_place)
+TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_alpha_0_counts_as_drawn)
 {
     WM_DIALOG* dialog = make_dialog(0x47C);
-    EXPECT_EQ(dialog->get_x(), 220);
     EXPECT_EQ(dialog->get_y(), 190);
     for (INT_S32 i = 0; i < 10; ++i) {
         advance(100);
@@ -74,25 +81,23 @@ TEST_F(DIALOG, shown_never_painted_never_starts_its_effect_and_answers_its_resti
     }
     EXPECT_EQ(dialog->alpha, 0);
     EXPECT_EQ(dialog->target_alpha, 0);
+    EXPECT_EQ(dialog->x, 220);
     EXPECT_EQ(dialog->y, 190);
-    EXPECT_EQ(dialog->get_y(), 190);
     delete dialog;
-}
 
-TEST_F(DIALOG, shown_with_alpha_0_counts_as_drawn_without_painting)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_FADE_IN);
-    add_overlay(dialog);
+    // Shown with a fade in: drawn at alpha 0, without painting.
+    WM_DIALOG* fading = make_dialog(DIALOG_FADE_IN);
+    add_overlay(fading);
     frame();
-    EXPECT_EQ(dialog->drawn, 1);
-    EXPECT_EQ(dialog->alpha, 0);
-    EXPECT_EQ(dialog->target_alpha, 255);
+    EXPECT_EQ(fading->drawn, 1);
+    EXPECT_EQ(fading->alpha, 0);
+    EXPECT_EQ(fading->target_alpha, 255);
     EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
 }
 
 // --- Opening ----------------------------------------------------------------------------------------
 
-TEST_F(DIALOG, first_paint_with_0x47C_slides_in_from_above_the_display_in_300_ms)
+TEST_F(DIALOG, with_0x47C_it_slides_in_from_above_the_display_in_300_ms_and_out_the_same_way)
 {
     WM_DIALOG* dialog = make_dialog(0x47C);
     add_overlay(dialog);
@@ -119,9 +124,23 @@ TEST_F(DIALOG, first_paint_with_0x47C_slides_in_from_above_the_display_in_300_ms
     EXPECT_TRUE(near(pixel(inside_x(dialog), inside_y(dialog)), FRAME_COLOUR));
     // Nothing of it is left above.
     EXPECT_TRUE(all_of(220, 0, 419, 189, PAGE_COLOUR));
+
+    // Closed, it slides out the same way and is deleted when asked.
+    dialog->close(true);
+    frame();
+    EXPECT_EQ(dialog->y, 190);
+    advance(150);
+    frame();
+    EXPECT_EQ(dialog->y, 190 + 150 * (-100 - 190) / 300);
+    EXPECT_EQ(dialog->get_y(), 190);
+    advance(150);
+    frames(2);
+    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
+    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(dialog));
+    EXPECT_TRUE(all_of(220, 0, 419, 479, PAGE_COLOUR));
 }
 
-TEST_F(DIALOG, first_paint_with_fade_in_rises_from_0_to_255_over_open_delay)
+TEST_F(DIALOG, with_fades_it_rises_from_0_to_255_over_open_delay_and_falls_to_0_when_closed)
 {
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_IN | DIALOG_FADE_OUT);
     add_overlay(dialog);
@@ -138,6 +157,23 @@ TEST_F(DIALOG, first_paint_with_fade_in_rises_from_0_to_255_over_open_delay)
     EXPECT_EQ(dialog->alpha, 255);
     frame();
     EXPECT_TRUE(near(pixel(320, 270), FRAME_COLOUR));
+
+    // Closed, it falls to 0 and hides.
+    dialog->close(false);
+    frame();
+    EXPECT_EQ(dialog->alpha, 255);
+    advance(150);
+    frame();
+    EXPECT_EQ(dialog->alpha, 128);
+    EXPECT_TRUE(near(pixel(320, 270), blended(128)));
+    advance(150);
+    frames(2);
+    EXPECT_EQ(dialog->alpha, 0);
+    EXPECT_FALSE(dialog->visible);
+    // Not to be destroyed: it stays on the list, hidden, at its resting place.
+    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(dialog));
+    EXPECT_EQ(dialog->x, 220);
+    EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
 }
 
 namespace {
@@ -184,26 +220,17 @@ TEST_F(DIALOG, first_paint_slides_in_from_each_side_of_display_area_and_own_size
     }
 }
 
-TEST_F(DIALOG, own_size_slide_shows_only_inside_the_resting_rectangle)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_SLIDE_IN | DIALOG_FROM_LEFT, 400);
-    add_overlay(dialog);
-    frame();
-    advance(200);
-    frame();
-    // Half-way from x 20 to x 220: at 120, but nothing left of its resting place shows.
-    EXPECT_EQ(dialog->x, 120);
-    EXPECT_TRUE(all_of(100, 190, 219, 289, PAGE_COLOUR));
-    EXPECT_TRUE(near(pixel(300, 270), FRAME_COLOUR));
-}
-
-TEST_F(DIALOG, set_position_while_sliding_shifts_both_points_unless_the_slide_is_from_an_edge)
+TEST_F(DIALOG, an_own_size_slide_shows_only_at_rest_and_set_position_shifts_both_points_unless_from_an_edge)
 {
     WM_DIALOG* own = make_dialog(DIALOG_SLIDE_IN | DIALOG_FROM_LEFT, 400);
     add_overlay(own);
     frame();
     advance(200);
     frame();
+    // Half-way from x 20 to x 220: at 120, but nothing left of its resting place shows.
+    EXPECT_EQ(own->x, 120);
+    EXPECT_TRUE(all_of(100, 190, 219, 289, PAGE_COLOUR));
+    EXPECT_TRUE(near(pixel(300, 270), FRAME_COLOUR));
     own->set_position(250, 200);
     EXPECT_EQ(own->rest_x, 250);
     EXPECT_EQ(own->rest_y, 200);
@@ -232,64 +259,6 @@ TEST_F(DIALOG, set_position_while_sliding_shifts_both_points_unless_the_slide_is
 
 // --- Closing ------------------------------------------------------------------------------------------
 
-TEST_F(DIALOG, open_close_with_0x47C_slides_out_the_same_way_and_is_deleted_when_asked)
-{
-    WM_DIALOG* dialog = make_dialog(0x47C);
-    add_overlay(dialog);
-    frame();
-    advance(300);
-    frames(2);
-    ASSERT_TRUE(dialog->is_settled());
-    dialog->close(true);
-    frame();
-    EXPECT_EQ(dialog->y, 190);
-    advance(150);
-    frame();
-    EXPECT_EQ(dialog->y, 190 + 150 * (-100 - 190) / 300);
-    EXPECT_EQ(dialog->get_y(), 190);
-    advance(150);
-    frame();
-    frame();
-    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
-    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(dialog));
-    EXPECT_TRUE(all_of(220, 0, 419, 479, PAGE_COLOUR));
-}
-
-TEST_F(DIALOG, open_close_with_fade_out_falls_to_0_and_hides)
-{
-    WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
-    add_overlay(dialog);
-    frames(2);
-    ASSERT_EQ(dialog->alpha, 255);
-    dialog->close(false);
-    frame();
-    EXPECT_EQ(dialog->alpha, 255);
-    advance(150);
-    frame();
-    EXPECT_EQ(dialog->alpha, 128);
-    EXPECT_TRUE(near(pixel(320, 270), blended(128)));
-    advance(150);
-    frame();
-    frame();
-    EXPECT_EQ(dialog->alpha, 0);
-    EXPECT_FALSE(dialog->visible);
-    // Not to be destroyed: it stays on the list, hidden, at its resting place.
-    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(dialog));
-    EXPECT_EQ(dialog->x, 220);
-    EXPECT_TRUE(all_of(220, 190, 419, 289, PAGE_COLOUR));
-}
-
-TEST_F(DIALOG, open_close_without_an_effect_goes_at_once)
-{
-    WM_DIALOG* dialog = make_dialog(0);
-    add_overlay(dialog);
-    frames(2);
-    dialog->close(true);
-    frame();
-    frame();
-    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
-}
-
 TEST_F(DIALOG, closing_close_again_does_nothing_more)
 {
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
@@ -305,18 +274,26 @@ TEST_F(DIALOG, closing_close_again_does_nothing_more)
     EXPECT_EQ(dialog->effect_start, started);
     EXPECT_EQ(dialog->from_alpha, from);
     EXPECT_EQ(dialog->destroy_when_closed, 0);
+
+    // Without an effect it goes at once.
+    page->clear_objects(true, false);
+    WM_DIALOG* plain = make_dialog(0);
+    add_overlay(plain);
+    frames(2);
+    plain->close(true);
+    frames(2);
+    EXPECT_EQ(WM_SCREEN_OBJECT::overlay_count(), 0);
 }
 
 TEST_F(DIALOG, open_press_outside_a_dialog_with_border_sides_closes_it_and_goes_no_further)
 {
     INT_S32 clicks = 0;
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_PRESS,
+    WM_BUTTON* behind = button_at(10, 10, "Behind", TRIGGER_PRESS,
         [](WM_SCREEN_OBJECT*, PTR_INT_CAST data1, PTR_INT_CAST) -> INT_S32 {
             ++*reinterpret_cast<INT_S32*>(data1);
             return 0;
         },
-        reinterpret_cast<PTR_INT_CAST>(&clicks), 0);
+        reinterpret_cast<PTR_INT_CAST>(&clicks));
     add(behind);
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
     dialog->border_sides = 1;
@@ -333,12 +310,10 @@ TEST_F(DIALOG, open_press_outside_a_dialog_with_border_sides_closes_it_and_goes_
 
 TEST_F(DIALOG, open_code_33_from_a_button_closes_it_and_rebuilds_the_area_behind_keeping_the_overlays)
 {
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* behind = button_at(10, 10, "Behind");
     add(behind);
     WM_DIALOG* dialog = make_dialog(DIALOG_FADE_OUT);
-    WM_BUTTON* button = new WM_BUTTON(10, 10, 89, 39, "Rebuild", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, answer_33, 0, 0);
+    WM_BUTTON* button = button_at(10, 10, "Rebuild", TRIGGER_RELEASE, answer_33);
     dialog->add_child(button, true);
     add_overlay(dialog);
     frames(2);
@@ -403,11 +378,10 @@ TEST_F(DIALOG, open_press_on_the_title_drags_it_translucent_and_it_stays_where_d
     EXPECT_TRUE(all_of(380, 190, 419, 239, PAGE_COLOUR));
 }
 
-TEST_F(DIALOG, open_press_on_a_child_does_not_drag)
+TEST_F(DIALOG, open_press_on_a_child_does_not_drag_and_without_fades_the_drag_alpha_jumps)
 {
     WM_DIALOG* dialog = make_dialog(0);
-    WM_BUTTON* button = new WM_BUTTON(10, 10, 89, 39, "Child", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* button = button_at(10, 10, "Child");
     dialog->add_child(button, true);
     add_overlay(dialog);
     frames(2);
@@ -421,13 +395,10 @@ TEST_F(DIALOG, open_press_on_a_child_does_not_drag)
     frame();
     EXPECT_FALSE(dialog->is_dragged());
     EXPECT_EQ(dialog->x, 220);
-}
+    release();
+    frame();
 
-TEST_F(DIALOG, open_drag_with_jumping_alpha_goes_translucent_at_once)
-{
-    WM_DIALOG* dialog = make_dialog(0);
-    add_overlay(dialog);
-    frames(2);
+    // On the title, without a fade down or up, it goes translucent at once.
     move(230, dialog->title_object->y + 3);
     press();
     frame();
@@ -441,16 +412,13 @@ TEST_F(DIALOG, open_drag_with_jumping_alpha_goes_translucent_at_once)
 
 TEST_F(DIALOG, on_top_it_keeps_the_keyboard_focus_inside_itself)
 {
-    WM_BUTTON* behind = new WM_BUTTON(10, 10, 90, 40, "Behind", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* behind = button_at(10, 10, "Behind");
     add(behind);
     behind->take_focus();
     ASSERT_TRUE(behind->has_focus());
     WM_DIALOG* dialog = make_dialog(0);
-    WM_BUTTON* first = new WM_BUTTON(10, 10, 89, 39, "One", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10, 14,
-        14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
-    WM_BUTTON* second = new WM_BUTTON(100, 10, 179, 39, "Two", COLOUR_BLACK, COLOUR_LIGHT_GREY, COLOUR_GREY, 0, 10,
-        14, 14, -1, -1, -1, -1, -1, -1, TRIGGER_RELEASE, nullptr, 0, 0);
+    WM_BUTTON* first = button_at(10, 10, "One");
+    WM_BUTTON* second = button_at(100, 10, "Two");
     dialog->add_child(first, true);
     dialog->add_child(second, true);
     add_overlay(dialog);

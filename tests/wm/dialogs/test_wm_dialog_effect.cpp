@@ -45,7 +45,7 @@ TEST(WM_DIALOG_EFFECT, each_clear_flag_makes_its_change_jump)
     EXPECT_EQ(dialog_effect_first_alpha(0xF, 255, 0, true), 0);
 }
 
-TEST(WM_DIALOG_EFFECT, alpha_at_start_middle_and_end)
+TEST(WM_DIALOG_EFFECT, alpha_and_position_at_start_middle_and_end)
 {
     EXPECT_EQ(dialog_effect_alpha(0, 255, 0, 300), 0);
     EXPECT_EQ(dialog_effect_alpha(0, 255, 150, 300), 127);
@@ -56,10 +56,7 @@ TEST(WM_DIALOG_EFFECT, alpha_at_start_middle_and_end)
     EXPECT_EQ(dialog_effect_alpha(255, 0, 100, 300), 170);
     // No time at all ends at once rather than dividing by it.
     EXPECT_EQ(dialog_effect_alpha(0, 255, 0, 0), 255);
-}
 
-TEST(WM_DIALOG_EFFECT, position_at_start_middle_and_end)
-{
     EXPECT_EQ(dialog_effect_position(-200, 100, 0, 300), -200);
     EXPECT_EQ(dialog_effect_position(-200, 100, 150, 300), -50);
     EXPECT_EQ(dialog_effect_position(-200, 100, 299, 300), 99);

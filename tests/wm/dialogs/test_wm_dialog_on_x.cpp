@@ -137,12 +137,6 @@ TEST_F(DIALOG_ON_X, a_quick_drag_still_drops_the_dialog_where_the_pointer_let_go
     EXPECT_EQ(last.y, 140 + 40);
 }
 
-TEST_F(DIALOG_ON_X, a_click_on_no_closes_the_dialog)
-{
-    click(no);
-    EXPECT_EQ(wait_status(), 4);
-}
-
 TEST_F(DIALOG_ON_X, escape_answers_with_the_no_button)
 {
     xdotool(server, { "windowfocus", "--sync", window });

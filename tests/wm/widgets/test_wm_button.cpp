@@ -3,6 +3,7 @@
 
 #include "widget_screen.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,11 +34,13 @@ const COLOUR TEXT = COLOUR::from_argb(0xFF000000u);
 const COLOUR FACE = COLOUR::from_argb(0xFFC0C0C0u);
 const COLOUR HELD = COLOUR::from_argb(0xFF8080FFu);
 
-// A plain button from (100, 100) to (199, 139).
-WM_BUTTON* plain_button(LOG* log, INT_U8 trigger, const char* name = nullptr, const char* title = "Press")
+// A plain button 100 by 40, from (100, 100) unless told otherwise; no log, no callback.
+WM_BUTTON* plain_button(LOG* log, INT_U8 trigger, const char* name = nullptr, const char* title = "Press",
+    INT_S16 x = 100, INT_S16 y = 100)
 {
-    return new WM_BUTTON(100, 100, 199, 139, title, TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1, -1, -1,
-        trigger, record, reinterpret_cast<PTR_INT_CAST>(log), reinterpret_cast<PTR_INT_CAST>(name));
+    return new WM_BUTTON(x, y, static_cast<INT_S16>(x + 99), static_cast<INT_S16>(y + 39), title, TEXT, FACE, HELD,
+        0, 10, 14, 14, -1, -1, -1, -1, -1, -1, trigger, log ? record : nullptr, reinterpret_cast<PTR_INT_CAST>(log),
+        reinterpret_cast<PTR_INT_CAST>(name));
 }
 
 class BUTTON_MACHINE : public WIDGET_SCREEN {
@@ -51,6 +54,29 @@ protected:
         return button;
     }
 
+    // A scripted person: "over" and "off" move the pointer onto the button and away, "down" and
+    // "up" press and release the primary button, "hold" waits 300 ms; a frame follows each step.
+    void step(const std::string& what)
+    {
+        if (what == "over")
+            move(150, 120);
+        else if (what == "off")
+            move(300, 300);
+        else if (what == "down")
+            press();
+        else if (what == "up")
+            release();
+        else if (what == "hold")
+            advance(300);
+        frame();
+    }
+    void run(const char* steps)
+    {
+        std::istringstream words(steps);
+        for (std::string what; words >> what;)
+            step(what);
+    }
+
     LOG log;
 };
 
@@ -58,103 +84,56 @@ protected:
 
 // --- Press machine ---------------------------------------------------------------------------------
 
-TEST_F(BUTTON_MACHINE, idle_pointer_enters_hovered_and_leaves_idle)
+TEST_F(BUTTON_MACHINE, each_path_through_the_press_machine_sends_its_callbacks_and_ends_idle)
 {
-    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
-    EXPECT_EQ(button->was_over, 1);
-    move(300, 300);
-    frame();
-    EXPECT_EQ(button->was_over, 0);
-    EXPECT_TRUE(log.events.empty());
+    struct CASE {
+        const char* steps;
+        INT_U8 trigger;
+        std::vector<std::string> events;
+    } cases[] = {
+        { "over off", TRIGGER_RELEASE, {} },
+        { "over down up", TRIGGER_PRESS, { "click:other" } },
+        { "over down up", TRIGGER_RELEASE, { "click:release" } },
+        // Released off the button: nothing, unless trigger 8 asks for it.
+        { "over down off up", TRIGGER_RELEASE, {} },
+        { "over down off up", TRIGGER_RELEASE | TRIGGER_OUTSIDE, { "click:other" } },
+        { "over down off over up", TRIGGER_RELEASE, { "click:release" } },
+        // A press begun off it and released on it is no click.
+        { "off down over up", TRIGGER_PRESS | TRIGGER_RELEASE, {} },
+        // A button that repeated sends no release.
+        { "over down hold up", TRIGGER_RELEASE | TRIGGER_REPEAT, { "click:other" } },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(std::string(c.steps) + " trigger " + std::to_string(c.trigger));
+        log.events.clear();
+        move(0, 0);
+        frame();
+        WM_BUTTON* button = plain_button(&log, c.trigger);
+        add(button);
+        run(c.steps);
+        frame();
+        EXPECT_EQ(log.events, c.events);
+        EXPECT_EQ(button->looks_down, 0);
+        EXPECT_EQ(button->press_started, 0);
+        page->clear_objects(true, true);
+    }
 }
 
-TEST_F(BUTTON_MACHINE, hovered_primary_down_sends_press_and_looks_down)
+TEST_F(BUTTON_MACHINE, the_face_follows_the_pointer_and_a_press_held_off_the_button_stays_down)
 {
-    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_PRESS));
+    WM_BUTTON* button = plain_button(&log, TRIGGER_PRESS);
+    add(button);
+    step("over");
+    EXPECT_EQ(button->was_over, 1);
     press();
     EXPECT_EQ(frame(), WM_ACTION_KEEP_FOCUS);
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:other");
     EXPECT_EQ(button->looks_down, 1);
     EXPECT_TRUE(button->has_focus());
-    release();
-    frame();
-    EXPECT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(button->looks_down, 0);
-}
-
-TEST_F(BUTTON_MACHINE, pressed_primary_up_on_it_sends_one_release)
-{
-    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
-    press();
-    frame();
-    EXPECT_TRUE(log.events.empty());
-    release();
-    frame();
-    frame();
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:release");
-    EXPECT_EQ(button->looks_down, 0);
-    EXPECT_EQ(button->press_started, 0);
-}
-
-TEST_F(BUTTON_MACHINE, pressed_pointer_leaves_then_primary_up_off_it_sends_nothing_and_the_face_comes_up)
-{
-    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
-    press();
-    frame();
-    move(300, 300);
-    frame();
+    step("off");
+    EXPECT_EQ(button->was_over, 0);
     // Pressed off: a push button keeps its pressed face while the primary button is held.
     EXPECT_EQ(button->looks_down, 1);
     EXPECT_EQ(button->press_started, 1);
-    release();
-    frame();
-    EXPECT_TRUE(log.events.empty());
-    EXPECT_EQ(button->looks_down, 0);
-    EXPECT_EQ(button->press_started, 0);
-}
-
-TEST_F(BUTTON_MACHINE, pressed_off_primary_up_sends_outside_only_with_trigger_8)
-{
-    hovered(plain_button(&log, TRIGGER_RELEASE | TRIGGER_OUTSIDE));
-    press();
-    frame();
-    move(300, 300);
-    frame();
-    release();
-    frame();
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:other");
-}
-
-TEST_F(BUTTON_MACHINE, pressed_off_pointer_comes_back_and_release_on_it_sends_release)
-{
-    WM_BUTTON* button = hovered(plain_button(&log, TRIGGER_RELEASE));
-    press();
-    frame();
-    move(300, 300);
-    frame();
-    move(160, 125);
-    frame();
-    release();
-    frame();
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:release");
-    (void)button;
-}
-
-TEST_F(BUTTON_MACHINE, idle_primary_down_begun_off_it_then_released_on_it_sends_nothing)
-{
-    add(plain_button(&log, TRIGGER_PRESS | TRIGGER_RELEASE));
-    move(300, 300);
-    press();
-    frame();
-    move(150, 120);
-    frame();
-    release();
-    frame();
-    EXPECT_TRUE(log.events.empty());
 }
 
 TEST_F(BUTTON_MACHINE, pressed_wait_passes_repeats_after_300_then_every_30_ms_only_while_on_it)
@@ -162,22 +141,13 @@ TEST_F(BUTTON_MACHINE, pressed_wait_passes_repeats_after_300_then_every_30_ms_on
     hovered(plain_button(&log, TRIGGER_REPEAT));
     press();
     frame();
-    EXPECT_EQ(log.events.size(), 0u);
-    advance(299);
-    frame();
-    EXPECT_EQ(log.events.size(), 0u);
-    advance(1);
-    frame();
-    EXPECT_EQ(log.events.size(), 1u);
-    advance(29);
-    frame();
-    EXPECT_EQ(log.events.size(), 1u);
-    advance(1);
-    frame();
-    EXPECT_EQ(log.events.size(), 2u);
-    advance(30);
-    frame();
-    EXPECT_EQ(log.events.size(), 3u);
+    // Milliseconds to wait before each frame, and the repeats counted after it.
+    const INT_U32 waits[][2] = { { 0, 0 }, { 299, 0 }, { 1, 1 }, { 29, 1 }, { 1, 2 }, { 30, 3 } };
+    for (const auto& wait : waits) {
+        advance(wait[0]);
+        frame();
+        EXPECT_EQ(log.events.size(), wait[1]) << "after " << wait[0];
+    }
     // Off the button nothing repeats, however long it is held.
     move(300, 300);
     frame();
@@ -188,20 +158,6 @@ TEST_F(BUTTON_MACHINE, pressed_wait_passes_repeats_after_300_then_every_30_ms_on
     advance(30);
     frame();
     EXPECT_EQ(log.events.size(), 4u);
-}
-
-TEST_F(BUTTON_MACHINE, repeating_primary_up_sends_no_release)
-{
-    hovered(plain_button(&log, TRIGGER_RELEASE | TRIGGER_REPEAT));
-    press();
-    frame();
-    advance(300);
-    frame();
-    ASSERT_EQ(log.events.size(), 1u);
-    release();
-    frame();
-    EXPECT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:other");
 }
 
 TEST_F(BUTTON_MACHINE, callback_answer_is_the_frame_code_and_silence_keeps_the_focus)
@@ -215,77 +171,50 @@ TEST_F(BUTTON_MACHINE, callback_answer_is_the_frame_code_and_silence_keeps_the_f
 
 // --- Keyboard ------------------------------------------------------------------------------------
 
-TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_release_with_trigger_2)
+TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_press_or_release_by_its_trigger)
 {
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    add(button);
-    button->take_focus();
+    WM_BUTTON* on_release = plain_button(&log, TRIGGER_RELEASE, "release");
+    WM_BUTTON* on_press = plain_button(&log, TRIGGER_PRESS, "press", "Press", 300);
+    add(on_release);
+    add(on_press);
+    on_release->take_focus();
     key_down(KEY_RETURN);
     frame();
     EXPECT_TRUE(log.events.empty());
-    EXPECT_EQ(button->looks_down, 1);
+    EXPECT_EQ(on_release->looks_down, 1);
     key_up(KEY_RETURN);
     frame();
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:release");
-}
+    EXPECT_EQ(log.events, (std::vector<std::string> { "release:release" }));
 
-TEST_F(BUTTON_MACHINE, return_on_the_focused_button_fires_at_press_with_trigger_1)
-{
-    WM_BUTTON* button = plain_button(&log, TRIGGER_PRESS);
-    add(button);
-    button->take_focus();
+    on_press->take_focus();
     key_down(KEY_RETURN);
     frame();
-    EXPECT_EQ(log.events.size(), 1u);
+    EXPECT_EQ(log.events.size(), 2u);
     key_up(KEY_RETURN);
     frame();
-    EXPECT_EQ(log.events.size(), 1u);
+    EXPECT_EQ(log.events, (std::vector<std::string> { "release:release", "press:other" }));
+    EXPECT_FALSE(on_release->has_focus());
 }
 
-TEST_F(BUTTON_MACHINE, return_on_an_unfocused_button_does_nothing)
-{
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE, "unfocused");
-    WM_BUTTON* focused = new WM_BUTTON(300, 100, 399, 139, "Other", TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1,
-        -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log),
-        reinterpret_cast<PTR_INT_CAST>("focused"));
-    add(button);
-    add(focused);
-    focused->take_focus();
-    type_key(KEY_RETURN);
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "focused:release");
-    EXPECT_FALSE(button->has_focus());
-}
-
-TEST_F(BUTTON_MACHINE, default_button_fires_on_return_whatever_has_the_focus)
+TEST_F(BUTTON_MACHINE, the_default_button_and_a_shortcut_key_fire_whatever_has_the_focus)
 {
     WM_BUTTON* other = plain_button(&log, TRIGGER_RELEASE, "other");
-    WM_BUTTON* fallback = new WM_BUTTON(300, 100, 399, 139, "OK", TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1,
-        -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log),
-        reinterpret_cast<PTR_INT_CAST>("default"));
+    WM_BUTTON* fallback = plain_button(&log, TRIGGER_RELEASE, "default", "OK", 300);
+    WM_BUTTON* cancel = plain_button(&log, TRIGGER_RELEASE, "shortcut", "Cancel", 400);
     fallback->set_default(true);
+    cancel->set_shortcut_key(KEY_ESCAPE);
     add(fallback);
     add(other);
+    add(cancel);
     other->focusable = 0;
     type_key(KEY_RETURN);
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "default:release");
-}
-
-TEST_F(BUTTON_MACHINE, shortcut_key_fires_whatever_has_the_focus)
-{
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    button->set_shortcut_key(KEY_ESCAPE);
-    add(button);
     type_key(KEY_ESCAPE);
-    ASSERT_EQ(log.events.size(), 1u);
-    EXPECT_EQ(log.events[0], "click:release");
+    EXPECT_EQ(log.events, (std::vector<std::string> { "default:release", "shortcut:release" }));
 }
 
 // --- Click modes -----------------------------------------------------------------------------------
 
-TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press_does_nothing)
+TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_in_mode_1_the_face_only_follows_it)
 {
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Hover", TEXT, FACE, HELD, 2, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_PRESS, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
@@ -303,18 +232,18 @@ TEST_F(BUTTON_MACHINE, click_mode_2_fires_as_the_pointer_enters_and_a_real_press
     move(150, 120);
     frame();
     EXPECT_EQ(log.events.size(), 2u);
-}
 
-TEST_F(BUTTON_MACHINE, click_mode_1_face_follows_the_pointer)
-{
-    WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, "Follow", TEXT, FACE, HELD, 1, 10, 14, 14, -1, -1, -1, -1,
+    // Click mode 1: the face follows the pointer, and nothing fires.
+    WM_BUTTON* follow = new WM_BUTTON(300, 100, 399, 139, "Follow", TEXT, FACE, HELD, 1, 10, 14, 14, -1, -1, -1, -1,
         -1, -1, TRIGGER_RELEASE, record, reinterpret_cast<PTR_INT_CAST>(&log), 0);
-    hovered(button);
-    EXPECT_EQ(button->looks_down, 1);
-    move(300, 300);
+    add(follow);
+    move(350, 120);
     frame();
-    EXPECT_EQ(button->looks_down, 0);
-    EXPECT_TRUE(log.events.empty());
+    EXPECT_EQ(follow->looks_down, 1);
+    move(500, 300);
+    frame();
+    EXPECT_EQ(follow->looks_down, 0);
+    EXPECT_EQ(log.events.size(), 2u);
 }
 
 // --- Enabled state ---------------------------------------------------------------------------------
@@ -371,70 +300,47 @@ INT_S32 record_drag(WM_BUTTON*, WM_SCREEN_OBJECT* target, INT_S16, INT_S16, INT_
 
 } // namespace
 
-TEST_F(BUTTON_MACHINE, armed_all_buttons_up_where_it_began_sends_click_event_2_and_no_click)
+TEST_F(BUTTON_MACHINE, a_drag_button_sends_click_start_drop_and_return_by_where_it_is_let_go)
 {
-    DRAG_LOG drags;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
-    hovered(button);
-    press();
-    frame();
-    release();
-    frame();
-    ASSERT_EQ(drags.events.size(), 1u);
-    EXPECT_EQ(drags.events[0], DRAG_CLICK);
-    EXPECT_EQ(drags.targets[0], button);
-    EXPECT_TRUE(log.events.empty());
-    EXPECT_EQ(button->drag_x, -1);
-}
-
-TEST_F(BUTTON_MACHINE, armed_pointer_moves_starts_the_drag_then_a_drop_on_another_object_sends_4)
-{
-    DRAG_LOG drags;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
-    WM_BUTTON* target = new WM_BUTTON(300, 300, 399, 339, "Bin", TEXT, FACE, HELD, 0, 10, 14, 14, -1, -1, -1, -1, -1,
-        -1, TRIGGER_RELEASE, nullptr, 0, 0);
-    add(button);
-    add(target);
-    move(150, 120);
-    frame();
-    press();
-    frame();
-    move(200, 200);
-    frame();
-    ASSERT_EQ(drags.events.size(), 1u);
-    EXPECT_EQ(drags.events[0], DRAG_START);
-    EXPECT_EQ(button->dragged, 1);
-    EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(button));
-    move(350, 320);
-    frame();
-    release();
-    frame();
-    ASSERT_EQ(drags.events.size(), 2u);
-    EXPECT_EQ(drags.events[1], DRAG_DROP);
-    EXPECT_EQ(drags.targets[1], target);
-    EXPECT_EQ(button->dragged, 0);
-    EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(button));
-    EXPECT_TRUE(log.events.empty());
-}
-
-TEST_F(BUTTON_MACHINE, dragging_dropped_back_on_itself_sends_8)
-{
-    DRAG_LOG drags;
-    WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
-    button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
-    hovered(button);
-    press();
-    frame();
-    move(300, 300);
-    frame();
-    move(110, 110);
-    frame();
-    release();
-    frame();
-    ASSERT_EQ(drags.events.size(), 2u);
-    EXPECT_EQ(drags.events[1], DRAG_RETURN);
+    struct CASE {
+        const char* steps;
+        std::vector<INT_U32> events;
+        bool dropped_on_target;
+    } cases[] = {
+        // All buttons up where it began: event 2, and no click.
+        { "over down up", { DRAG_CLICK }, false },
+        { "over down off drop up", { DRAG_START, DRAG_DROP }, true },
+        { "over down off home up", { DRAG_START, DRAG_RETURN }, false },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.steps);
+        DRAG_LOG drags;
+        log.events.clear();
+        WM_BUTTON* button = plain_button(&log, TRIGGER_RELEASE);
+        button->set_drag(record_drag, reinterpret_cast<PTR_INT_CAST>(&drags), 0, 0xF);
+        WM_BUTTON* target = plain_button(nullptr, TRIGGER_RELEASE, nullptr, "Bin", 300, 300);
+        add(button);
+        add(target);
+        std::istringstream words(c.steps);
+        for (std::string what; words >> what;) {
+            if (what == "drop")
+                move(350, 320);
+            else if (what == "home")
+                move(110, 110);
+            step(what);
+            if (what == "off") {
+                EXPECT_EQ(button->dragged, 1);
+                EXPECT_TRUE(WM_SCREEN_OBJECT::is_overlay(button));
+            }
+        }
+        EXPECT_EQ(drags.events, c.events);
+        EXPECT_EQ(drags.targets.back(), c.dropped_on_target ? target : button);
+        EXPECT_EQ(button->dragged, 0);
+        EXPECT_EQ(button->drag_x, -1);
+        EXPECT_FALSE(WM_SCREEN_OBJECT::is_overlay(button));
+        EXPECT_TRUE(log.events.empty());
+        page->clear_objects(true, true);
+    }
 }
 
 TEST_F(BUTTON_MACHINE, dragged_picture_is_painted_under_the_pointer)
@@ -505,7 +411,7 @@ TEST_F(BUTTON_MACHINE, a_title_three_times_too_long_never_paints_outside_the_but
     EXPECT_GT(count_not(100, 100, 199, 139, FACE), 100);
 }
 
-TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button)
+TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button_and_sets_the_pointer_shape)
 {
     WM_BUTTON* button = new WM_BUTTON(100, 100, 199, 139, nullptr, "Hover", nullptr, record,
         reinterpret_cast<PTR_INT_CAST>(&log), 0, TRIGGER_RELEASE);
@@ -514,10 +420,20 @@ TEST_F(BUTTON_MACHINE, hover_repaints_only_the_button)
     frame();
     // Something beside it that a repaint there would wipe.
     screen()->fill_box(300, 300, 310, 310, COLOUR_GREEN, false);
+    manager->pointer_shapes_in_use = 1;
     move(150, 120);
     frame();
     EXPECT_TRUE(all_of(300, 300, 310, 310, COLOUR_GREEN));
     EXPECT_EQ(pixel(150, 137), COLOUR_RED);
+    // The pointer is a hand over it, and held while it is pressed.
+    EXPECT_EQ(manager->pointer_shape, POINTER_HAND);
+    press();
+    frame();
+    EXPECT_EQ(manager->pointer_shape, POINTER_HELD);
+    release();
+    move(400, 400);
+    frame();
+    EXPECT_EQ(manager->pointer_shape, 0);
 }
 
 TEST_F(BUTTON_MACHINE, flashing_button_follows_the_flash_phase)
@@ -536,21 +452,6 @@ TEST_F(BUTTON_MACHINE, flashing_button_follows_the_flash_phase)
     EXPECT_EQ(pixel(105, 137), lit);
 }
 
-TEST_F(BUTTON_MACHINE, pointer_shape_is_a_hand_over_and_held_when_pressed)
-{
-    add(plain_button(&log, TRIGGER_RELEASE));
-    manager->pointer_shapes_in_use = 1;
-    move(150, 120);
-    frame();
-    EXPECT_EQ(manager->pointer_shape, POINTER_HAND);
-    press();
-    frame();
-    EXPECT_EQ(manager->pointer_shape, POINTER_HELD);
-    release();
-    move(400, 400);
-    frame();
-    EXPECT_EQ(manager->pointer_shape, 0);
-}
 
 // --- Click mask ----------------------------------------------------------------------------------------
 

@@ -37,19 +37,6 @@ protected:
 
 } // namespace
 
-TEST_F(DEFAULT_LOOK, every_kind_maps_to_its_toolkit_style_once_supplied_and_the_built_in_one_before)
-{
-    for (INT_S32 which = 0; which < WIDGET_STYLE_COUNT; ++which)
-        EXPECT_EQ(widget_look(which), widget_default_style(which)) << which;
-    supply_toolkit_styles();
-    EXPECT_EQ(widget_look(WIDGET_STYLE_DIALOG), toolkit_style(TOOLKIT_STYLE_BACKGROUND));
-    EXPECT_EQ(widget_look(WIDGET_STYLE_TITLE), toolkit_style(TOOLKIT_STYLE_TITLE));
-    EXPECT_EQ(widget_look(WIDGET_STYLE_BUTTON), toolkit_style(TOOLKIT_STYLE_BUTTON));
-    EXPECT_EQ(widget_look(WIDGET_STYLE_HINT), toolkit_style(TOOLKIT_STYLE_BUTTON_HINT));
-    EXPECT_EQ(widget_look(-1), nullptr);
-    EXPECT_EQ(widget_look(WIDGET_STYLE_COUNT), nullptr);
-}
-
 TEST_F(DEFAULT_LOOK, a_button_without_a_style_is_built_in_grey_until_the_application_gives_its_own)
 {
     WM_BUTTON* before = new WM_BUTTON(100, 100, 199, 139, nullptr, "Next", nullptr, nullptr, 0, 0, TRIGGER_RELEASE);

@@ -5,54 +5,61 @@
 
 #include "wm/widgets/wm_progress_bar.h"
 
-TEST(WM_PROGRESS_BAR, fill_length_follows_the_value)
+TEST(WM_PROGRESS_BAR, the_fill_follows_the_value_keeps_a_cap_and_stays_inside_the_track)
 {
-    // 200 pixels of track, borders 2 wide: the cap is 5 pixels.
-    EXPECT_EQ(progress_fill_length(200, 50, 100, 2), 101);
-    EXPECT_EQ(progress_fill_length(200, 99, 100, 2), 199);
-    EXPECT_EQ(progress_fill_length(200, 100, 100, 2), 200);
-    EXPECT_EQ(progress_fill_length(200, 2, 100, 2), 5);
-}
-
-TEST(WM_PROGRESS_BAR, value_zero_still_shows_a_cap)
-{
-    EXPECT_EQ(progress_fill_length(200, 0, 100, 2), 5);
-    EXPECT_EQ(progress_fill_length(200, 0, 100, 0), 1);
-}
-
-TEST(WM_PROGRESS_BAR, total_zero_is_full_and_reads_100_percent)
-{
-    char text[16];
-    EXPECT_EQ(progress_fill_length(200, 0, 0, 2), 200);
-    EXPECT_EQ(progress_fill_length(200, 37, 0, 2), 200);
-    EXPECT_STREQ(progress_percentage_text(37, 0, text, sizeof text), "100%");
-    EXPECT_STREQ(progress_alt_percentage_text(37, 0, text, sizeof text), "100%");
-}
-
-TEST(WM_PROGRESS_BAR, values_outside_the_range_stay_inside_the_track)
-{
-    char text[16];
-    EXPECT_EQ(progress_fill_length(200, -50, 100, 2), 5);
-    EXPECT_EQ(progress_fill_length(200, -2000000000, 3, 2), 5);
-    EXPECT_EQ(progress_fill_length(200, 150, 100, 2), 200);
-    EXPECT_EQ(progress_fill_length(200, 2000000000, 7, 2), 200);
-    // The text tells the value as it is, without overflowing on the way.
-    EXPECT_STREQ(progress_percentage_text(150, 100, text, sizeof text), "150%");
-    EXPECT_STREQ(progress_percentage_text(-50, 100, text, sizeof text), "-50%");
-    EXPECT_STREQ(progress_percentage_text(2000000000, 2000000000, text, sizeof text), "100%");
-    // A track shorter than the cap is filled, not overrun.
-    EXPECT_EQ(progress_fill_length(3, 0, 100, 2), 3);
-    EXPECT_EQ(progress_fill_length(0, 50, 100, 2), 0);
+    struct CASE {
+        INT_S32 length, value, total, thickness, filled;
+    } cases[] = {
+        // 200 pixels of track, borders 2 wide: the cap is 5 pixels.
+        { 200, 50, 100, 2, 101 },
+        { 200, 99, 100, 2, 199 },
+        { 200, 100, 100, 2, 200 },
+        { 200, 2, 100, 2, 5 },
+        { 200, 0, 100, 2, 5 },
+        { 200, 0, 100, 0, 1 },
+        // A total of 0 is full.
+        { 200, 0, 0, 2, 200 },
+        { 200, 37, 0, 2, 200 },
+        // Outside the range, without overflowing on the way.
+        { 200, -50, 100, 2, 5 },
+        { 200, -2000000000, 3, 2, 5 },
+        { 200, 150, 100, 2, 200 },
+        { 200, 2000000000, 7, 2, 200 },
+        // A track shorter than the cap is filled, not overrun.
+        { 3, 0, 100, 2, 3 },
+        { 0, 50, 100, 2, 0 },
+    };
+    for (const CASE& c : cases)
+        EXPECT_EQ(progress_fill_length(c.length, c.value, c.total, c.thickness), c.filled)
+            << c.value << " of " << c.total << " on " << c.length << ", borders " << c.thickness;
 }
 
 TEST(WM_PROGRESS_BAR, percentage_and_alternate_texts)
 {
     char text[16];
-    EXPECT_STREQ(progress_percentage_text(1, 3, text, sizeof text), "33%");
-    EXPECT_STREQ(progress_alt_percentage_text(30, 100, text, sizeof text), "70%");
-    // Only a total of 100 makes the two add up to 100.
-    EXPECT_STREQ(progress_percentage_text(30, 200, text, sizeof text), "15%");
-    EXPECT_STREQ(progress_alt_percentage_text(30, 200, text, sizeof text), "35%");
+    struct CASE {
+        INT_S32 value, total;
+        const char* percentage;
+        const char* alternate;
+    } cases[] = {
+        { 1, 3, "33%", nullptr },
+        { 30, 100, nullptr, "70%" },
+        // Only a total of 100 makes the two add up to 100.
+        { 30, 200, "15%", "35%" },
+        { 37, 0, "100%", "100%" },
+        // The text tells the value as it is, without overflowing on the way.
+        { 150, 100, "150%", nullptr },
+        { -50, 100, "-50%", nullptr },
+        { 2000000000, 2000000000, "100%", nullptr },
+    };
+    for (const CASE& c : cases) {
+        if (c.percentage) {
+            EXPECT_STREQ(progress_percentage_text(c.value, c.total, text, sizeof text), c.percentage);
+        }
+        if (c.alternate) {
+            EXPECT_STREQ(progress_alt_percentage_text(c.value, c.total, text, sizeof text), c.alternate);
+        }
+    }
 }
 
 TEST(WM_PROGRESS_BAR, negative_rate_scrolls_left_one_pixel_per_step_and_wraps)

@@ -34,7 +34,7 @@ INT_S32 reddish(const IMAGE* image, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 
 }
 
 // Rows of the rectangle with any pixel not the colour.
-INT_S32 inked_rows(const WIDGET_SCREEN*, const IMAGE* image, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,
+INT_S32 inked_rows(const IMAGE* image, INT_S32 x1, INT_S32 y1, INT_S32 x2, INT_S32 y2,
     COLOUR ground, INT_S32* first, INT_S32* last)
 {
     INT_S32 rows = 0;
@@ -64,46 +64,35 @@ INT_S32 count_call(WM_SCREEN_OBJECT*, PTR_INT_CAST data1, PTR_INT_CAST)
 
 } // namespace
 
-TEST_F(SCRIPT, a_colour_section_paints_what_follows_in_its_colour)
+TEST_F(SCRIPT, a_colour_section_paints_what_follows_in_its_colour_until_an_empty_one)
 {
     // "Plain" in white, then a red section for "Red".
     add(label(100, 100, 300, 30, "Plain \002255,255,0,0\002Red", 0x1));
+    add(label(100, 200, 300, 30, "\002255,255,0,0\002Red\002\002White", 0x1));
     frame();
     INT_S32 plain_width = screen()->text_width(10, 16, 16, "Plain ");
     INT_S32 split = 100 + 2 + plain_width; // the left gap is the border's width, 2 by default
     EXPECT_EQ(reddish(screen(), 100, 100, split - 2, 129), 0);
     EXPECT_GT(reddish(screen(), split, 100, 399, 129), 20);
-}
-
-TEST_F(SCRIPT, an_empty_section_goes_back_to_the_label_colour)
-{
-    add(label(100, 100, 300, 30, "\002255,255,0,0\002Red\002\002White", 0x1));
-    frame();
     INT_S32 red_width = screen()->text_width(10, 16, 16, "Red");
-    EXPECT_GT(reddish(screen(), 100, 100, 100 + red_width, 129), 20);
-    EXPECT_EQ(reddish(screen(), 104 + red_width, 100, 399, 129), 0);
+    EXPECT_GT(reddish(screen(), 100, 200, 100 + red_width, 229), 20);
+    EXPECT_EQ(reddish(screen(), 104 + red_width, 200, 399, 229), 0);
 }
 
-TEST_F(SCRIPT, a_line_feed_breaks_the_line)
+TEST_F(SCRIPT, a_line_feed_breaks_the_line_and_wrap_text_breaks_a_long_one_inside_the_label)
 {
     add(label(100, 100, 300, 60, "First\nSecond"));
     add(label(100, 200, 300, 60, "First Second"));
+    add(label(420, 100, 120, 100, "Words that cannot fit on one line of this label", 0x400000));
     frame();
     INT_S32 first = 0, last = 0;
-    inked_rows(this, screen(), 100, 100, 399, 159, PAPER, &first, &last);
+    inked_rows(screen(), 100, 100, 399, 159, PAPER, &first, &last);
     INT_S32 two_lines = last - first;
-    inked_rows(this, screen(), 100, 200, 399, 259, PAPER, &first, &last);
+    inked_rows(screen(), 100, 200, 399, 259, PAPER, &first, &last);
     INT_S32 one_line = last - first;
     EXPECT_GE(two_lines, one_line + 12);
-}
-
-TEST_F(SCRIPT, wrap_text_breaks_a_long_text_into_lines_inside_the_label)
-{
-    add(label(100, 100, 120, 100, "Words that cannot fit on one line of this label", 0x400000));
-    frame();
-    INT_S32 first = 0, last = 0;
-    EXPECT_GT(inked_rows(this, screen(), 100, 100, 219, 199, PAPER, &first, &last), 30);
-    EXPECT_TRUE(all_of(220, 90, 639, 210, PAGE_COLOUR));
+    EXPECT_GT(inked_rows(screen(), 420, 100, 539, 199, PAPER, &first, &last), 30);
+    EXPECT_TRUE(all_of(540, 90, 639, 210, PAGE_COLOUR));
 }
 
 TEST_F(SCRIPT, a_text_three_times_too_long_stays_inside_the_label)
@@ -131,16 +120,13 @@ TEST_F(SCRIPT, a_size_of_minus_one_measures_the_text_and_set_text_only_widens)
     EXPECT_EQ(script->width, wide);
     script->set_text("A much longer text than before", true);
     EXPECT_EQ(script->width, screen()->text_width(10, 16, 16, "A much longer text than before") + 1);
-}
 
-TEST_F(SCRIPT, multi_line_measure_takes_the_widest_line_and_every_line)
-{
-    WM_SCRIPT* script = new WM_SCRIPT(10, 10, SCRIPT_MEASURE_LINES_WIDTH, SCRIPT_MEASURE_LINES_HEIGHT,
+    // Several lines: the widest line and every line.
+    WM_SCRIPT* lines = new WM_SCRIPT(10, 100, SCRIPT_MEASURE_LINES_WIDTH, SCRIPT_MEASURE_LINES_HEIGHT,
         "short\na much longer line\nmid", nullptr);
-    add(script);
-    INT_S32 widest = screen()->text_width(255, -1, -1, "a much longer line");
-    EXPECT_GE(script->width, widest);
-    EXPECT_GE(script->height, 3 * screen()->default_font_height);
+    add(lines);
+    EXPECT_GE(lines->width, screen()->text_width(255, -1, -1, "a much longer line"));
+    EXPECT_GE(lines->height, 3 * screen()->default_font_height);
 }
 
 TEST_F(SCRIPT, a_label_in_a_sample_style_takes_its_picture)
@@ -198,6 +184,12 @@ TEST_F(SCRIPT, typing_starts_at_the_first_paint_and_shows_a_character_per_delay)
     EXPECT_EQ(calls, 1);
     frames(5, 100);
     EXPECT_EQ(calls, 1);
+
+    // Without a delay the text simply shows, before any paint.
+    WM_TYPING_SCRIPT* at_once = new WM_TYPING_SCRIPT(100, 200, 300, 30, "At once", nullptr, 0);
+    add(at_once);
+    EXPECT_STREQ(at_once->get_text(), "At once");
+    EXPECT_FALSE(at_once->is_typing());
 }
 
 TEST_F(SCRIPT, a_click_on_a_typing_label_shows_the_rest_and_calls_back_once)
@@ -217,14 +209,6 @@ TEST_F(SCRIPT, a_click_on_a_typing_label_shows_the_rest_and_calls_back_once)
     frames(30, 100);
     click(150, 110);
     EXPECT_EQ(calls, 1);
-}
-
-TEST_F(SCRIPT, typing_with_no_delay_simply_shows)
-{
-    WM_TYPING_SCRIPT* typing = new WM_TYPING_SCRIPT(100, 100, 300, 30, "At once", nullptr, 0);
-    add(typing);
-    EXPECT_STREQ(typing->get_text(), "At once");
-    EXPECT_FALSE(typing->is_typing());
 }
 
 // --- Image --------------------------------------------------------------------------------------------

@@ -5,6 +5,8 @@
 
 #include "widget_screen.h"
 
+#include <functional>
+
 #include "wm/dialogs/wm_dialog.h"
 #include "wm/widgets/wm_button.h"
 #include "wm/widgets/wm_check_box.h"
@@ -108,46 +110,6 @@ void draw_buttons(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_button_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) {
-        draw_buttons(style, page);
-        move(X + 190, Y + 18);
-    }, sample_style("button/button.ss"), BUTTONS, &image);
-    compare_with_reference(image, "skin_buttons.png");
-}
-
-TEST_F(SKIN_PICTURES, button_mouse_over_text_colour_changes_only_the_text_of_the_button_pointed_at)
-{
-    // The pointer moves by a pixel for the second drawing, so that the new button hears of it.
-    INT_S32 nudge = 0;
-    IMAGE before, after;
-    ASSERT_TRUE(before_and_after(sample_style("button/button.ss"),
-        [&](WM_STYLE_SET* style) {
-            draw_buttons(style, page);
-            move(X + 190 + nudge++, Y + 18);
-        },
-        [](WM_STYLE_SET& style) { style.mouse_over_text_colour = COLOUR::from_argb(0xFFFF0000u); }, BUTTONS, &before,
-        &after));
-    // Only inside the second button, inside its gaps, where its text is.
-    CHANGE change = compare_in(before, after, X, Y, REGION { X + 130 + 4, Y + 4, X + 249 - 4, Y + 35 - 4 });
-    EXPECT_GT(change.inside, 30);
-    EXPECT_EQ(change.outside, 0);
-}
-
-TEST_F(SKIN_PICTURES, button_disabled_text_colour_changes_only_the_disabled_text)
-{
-    IMAGE before, after;
-    ASSERT_TRUE(before_and_after(sample_style("button/button.ss"),
-        [&](WM_STYLE_SET* style) { draw_buttons(style, page); },
-        [](WM_STYLE_SET& style) { style.disabled_text_colour = COLOUR::from_argb(0xFF00FF00u); }, BUTTONS, &before,
-        &after));
-    CHANGE change = compare_in(before, after, X, Y, REGION { X + 260 + 4, Y + 4, X + 379 - 4, Y + 35 - 4 });
-    EXPECT_GT(change.inside, 30);
-    EXPECT_EQ(change.outside, 0);
-}
-
 // --- Check boxes ------------------------------------------------------------------------------------------
 
 namespace {
@@ -165,14 +127,6 @@ void draw_check_boxes(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_check_box_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_check_boxes(style, page); }, sample_style("check_box/check_box.ss"),
-        CHECK_BOXES, &image);
-    compare_with_reference(image, "skin_check_boxes.png");
-}
-
 TEST_F(SKIN_PICTURES, check_box_fg_colour_changes_the_marks_and_labels_only)
 {
     IMAGE before, after;
@@ -186,18 +140,6 @@ TEST_F(SKIN_PICTURES, check_box_fg_colour_changes_the_marks_and_labels_only)
     EXPECT_GT(in_first_box.inside, 5); // its "X"
     CHANGE everything = compare_in(before, after, X, Y, REGION { X, Y, X + 239, Y + 53 });
     EXPECT_EQ(everything.inside, in_labels.inside + in_first_box.inside);
-}
-
-TEST_F(SKIN_PICTURES, check_box_active_colour_fills_the_checked_box_only)
-{
-    IMAGE before, after;
-    ASSERT_TRUE(before_and_after(sample_style("check_box/check_box.ss"),
-        [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); },
-        [](WM_STYLE_SET& style) { style.active_colour = COLOUR::from_argb(0xFFC00000u); }, CHECK_BOXES, &before,
-        &after));
-    CHANGE change = compare_in(before, after, X, Y, REGION { X + 1, Y + 1, X + 22, Y + 22 });
-    EXPECT_GT(change.inside, 100);
-    EXPECT_EQ(change.outside, 0);
 }
 
 // --- Dialog and title ---------------------------------------------------------------------------------------
@@ -218,16 +160,6 @@ WM_DIALOG* draw_dialog(WM_STYLE_SET* frame_style, WM_STYLE_SET* title_style, WM_
 }
 
 } // namespace
-
-TEST_F(SKIN_PICTURES, sample_dialog_styles_match_their_reference)
-{
-    WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
-    WM_STYLE_SET* button_style = sample_style("button/button.ss");
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_dialog(style, title_style, button_style, page); },
-        sample_style("dialog/background.ss"), DIALOG, &image);
-    compare_with_reference(image, "skin_dialog.png");
-}
 
 TEST_F(SKIN_PICTURES, dialog_background_colour_changes_the_frame_and_not_the_title_or_buttons)
 {
@@ -262,13 +194,6 @@ void draw_title(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_title_style_matches_its_reference)
-{
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_title(style, page); }, sample_style("title/title.ss"), TITLE, &image);
-    compare_with_reference(image, "skin_title.png");
-}
-
 TEST_F(SKIN_PICTURES, title_fg_colour_changes_the_letters_and_leaves_their_shadow)
 {
     IMAGE before, after;
@@ -301,23 +226,84 @@ void draw_bar(WM_STYLE_SET* style, WM_SCREEN_OBJECT* page)
 
 } // namespace
 
-TEST_F(SKIN_PICTURES, sample_progress_bar_style_matches_its_reference)
+TEST_F(SKIN_PICTURES, each_sample_style_matches_its_reference)
 {
-    IMAGE image;
-    picture([&](WM_STYLE_SET* style) { draw_bar(style, page); }, sample_style("progress_bar/progress_bar.ss"), BAR,
-        &image);
-    compare_with_reference(image, "skin_progress_bar.png");
+    WM_STYLE_SET* title_style = sample_style("dialog/title.ss");
+    WM_STYLE_SET* button_style = sample_style("button/button.ss");
+    struct CASE {
+        const char* style;
+        std::function<void(WM_STYLE_SET*)> draw;
+        AREA area;
+        const char* reference;
+    } cases[] = {
+        { "button/button.ss",
+            [&](WM_STYLE_SET* style) {
+                draw_buttons(style, page);
+                move(X + 190, Y + 18);
+            },
+            BUTTONS, "skin_buttons.png" },
+        { "check_box/check_box.ss", [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); }, CHECK_BOXES,
+            "skin_check_boxes.png" },
+        { "dialog/background.ss", [&](WM_STYLE_SET* style) { draw_dialog(style, title_style, button_style, page); },
+            DIALOG, "skin_dialog.png" },
+        { "title/title.ss", [&](WM_STYLE_SET* style) { draw_title(style, page); }, TITLE, "skin_title.png" },
+        { "progress_bar/progress_bar.ss", [&](WM_STYLE_SET* style) { draw_bar(style, page); }, BAR,
+            "skin_progress_bar.png" },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.reference);
+        wm_toolkit.page_manager->background_colour = PAGE_COLOUR;
+        move(0, 0);
+        clear_page();
+        IMAGE image;
+        picture(c.draw, sample_style(c.style), c.area, &image);
+        compare_with_reference(image, c.reference);
+    }
 }
 
-TEST_F(SKIN_PICTURES, progress_bar_fg_colour_changes_the_text_on_the_track_only)
+TEST_F(SKIN_PICTURES, a_changed_colour_key_changes_only_what_that_key_paints)
 {
-    IMAGE before, after;
-    ASSERT_TRUE(before_and_after(sample_style("progress_bar/progress_bar.ss"),
-        [&](WM_STYLE_SET* style) { draw_bar(style, page); },
-        [](WM_STYLE_SET& style) { style.fg_colour = COLOUR::from_argb(0xFFFF0000u); }, BAR, &before, &after));
+    // The pointer moves by a pixel for the second drawing, so that the new button hears of it.
+    INT_S32 nudge = 0;
     // The fill covers the first 40% of the track; the text colour of the track shows only beyond.
-    INT_S32 fill_end = X + 2 + (300 - 4) * 40 / 100;
-    CHANGE change = compare_in(before, after, X, Y, REGION { fill_end + 1, Y, X + 299, Y + 19 });
-    EXPECT_GT(change.inside, 5);
-    EXPECT_EQ(change.outside, 0);
+    const INT_S32 fill_end = X + 2 + (300 - 4) * 40 / 100;
+    struct CASE {
+        const char* what;
+        const char* style;
+        std::function<void(WM_STYLE_SET*)> draw;
+        std::function<void(WM_STYLE_SET&)> change;
+        AREA area;
+        REGION allowed;
+        INT_S32 at_least;
+    } cases[] = {
+        // Only inside the second button, inside its gaps, where its text is.
+        { "mouse over text", "button/button.ss",
+            [&](WM_STYLE_SET* style) {
+                draw_buttons(style, page);
+                move(X + 190 + nudge++, Y + 18);
+            },
+            [](WM_STYLE_SET& style) { style.mouse_over_text_colour = COLOUR::from_argb(0xFFFF0000u); }, BUTTONS,
+            REGION { X + 130 + 4, Y + 4, X + 249 - 4, Y + 35 - 4 }, 30 },
+        { "disabled text", "button/button.ss", [&](WM_STYLE_SET* style) { draw_buttons(style, page); },
+            [](WM_STYLE_SET& style) { style.disabled_text_colour = COLOUR::from_argb(0xFF00FF00u); }, BUTTONS,
+            REGION { X + 260 + 4, Y + 4, X + 379 - 4, Y + 35 - 4 }, 30 },
+        { "active colour of the checked box", "check_box/check_box.ss",
+            [&](WM_STYLE_SET* style) { draw_check_boxes(style, page); },
+            [](WM_STYLE_SET& style) { style.active_colour = COLOUR::from_argb(0xFFC00000u); }, CHECK_BOXES,
+            REGION { X + 1, Y + 1, X + 22, Y + 22 }, 100 },
+        { "text on the track", "progress_bar/progress_bar.ss", [&](WM_STYLE_SET* style) { draw_bar(style, page); },
+            [](WM_STYLE_SET& style) { style.fg_colour = COLOUR::from_argb(0xFFFF0000u); }, BAR,
+            REGION { fill_end + 1, Y, X + 299, Y + 19 }, 5 },
+    };
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.what);
+        wm_toolkit.page_manager->background_colour = PAGE_COLOUR;
+        move(0, 0);
+        clear_page();
+        IMAGE before, after;
+        ASSERT_TRUE(before_and_after(sample_style(c.style), c.draw, c.change, c.area, &before, &after));
+        CHANGE change = compare_in(before, after, X, Y, c.allowed);
+        EXPECT_GT(change.inside, c.at_least);
+        EXPECT_EQ(change.outside, 0);
+    }
 }

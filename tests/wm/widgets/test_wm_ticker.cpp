@@ -30,7 +30,7 @@ class TICKER : public WIDGET_SCREEN {};
 
 } // namespace
 
-TEST_F(TICKER, add_line_with_two_line_feeds_adds_three_lines)
+TEST_F(TICKER, add_line_splits_at_line_breaks_and_max_lines_drops_the_oldest_spent_line_first)
 {
     WM_TICKER* ticker = make_ticker();
     add(ticker);
@@ -40,6 +40,19 @@ TEST_F(TICKER, add_line_with_two_line_feeds_adds_three_lines)
     // Carriage returns split too, and empty pieces count.
     EXPECT_EQ(ticker->add_line("a\r\nb", 0, INK, 0), 5);
     EXPECT_STREQ(ticker->line(4)->text, "");
+
+    // With a limit, the oldest spent line goes first, and with none spent, the first.
+    WM_TICKER* limited = make_ticker();
+    limited->max_lines = 2;
+    add(limited);
+    limited->add_line("keep", 0, INK, 5);
+    limited->add_line("spent", 0, INK, 0);
+    limited->add_line("new", 0, INK, 5);
+    ASSERT_EQ(limited->line_count(), 2);
+    EXPECT_STREQ(limited->line(0)->text, "keep");
+    EXPECT_STREQ(limited->line(1)->text, "new");
+    limited->add_line("newer", 0, INK, 5);
+    EXPECT_STREQ(limited->line(0)->text, "new");
 }
 
 TEST_F(TICKER, a_text_runs_from_the_right_edge_to_beyond_the_left_in_its_time)
@@ -125,22 +138,6 @@ TEST_F(TICKER, pausing_for_any_time_leaves_the_text_where_it_was)
     advance(100);
     frame();
     EXPECT_LT(ticker->x_offset, where);
-}
-
-TEST_F(TICKER, max_lines_drops_the_oldest_spent_line_first)
-{
-    WM_TICKER* ticker = make_ticker();
-    ticker->max_lines = 2;
-    add(ticker);
-    ticker->add_line("keep", 0, INK, 5);
-    ticker->add_line("spent", 0, INK, 0);
-    ticker->add_line("new", 0, INK, 5);
-    ASSERT_EQ(ticker->line_count(), 2);
-    EXPECT_STREQ(ticker->line(0)->text, "keep");
-    EXPECT_STREQ(ticker->line(1)->text, "new");
-    // With none spent, the first goes.
-    ticker->add_line("newer", 0, INK, 5);
-    EXPECT_STREQ(ticker->line(0)->text, "new");
 }
 
 TEST_F(TICKER, centred_lines_stand_in_the_middle_for_their_time)
