@@ -485,6 +485,7 @@ bool INSTALL_ENGINE::open_file_folder(INSTALL_REPORTER* reporter, const char* de
             report_all(reporter);
         at += length;
     }
+    errno = 0; // the reason of a failure below is the folder's alone
     if (!m_file_folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root))
         return false;
     m_file_folder_text = destination;
