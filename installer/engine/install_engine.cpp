@@ -44,8 +44,8 @@ const char* reason_of(int error)
 
 INT_S32 install_writer_count()
 {
-    // Two writers beside the main thread were the fastest on two processors; one processor
-    // gains nothing from them.
+    // Two writers beside the main thread were the fastest on two processors; on one processor
+    // they would only take turns with the main thread.
     INT_S32 processors = host_processor_count();
     return processors < 2 ? 0 : 2;
 }
