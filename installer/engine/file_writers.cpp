@@ -68,8 +68,10 @@ INT_S32 FILE_WRITERS::start(INT_S32 count)
     stop();
     drop_tickets();
     m_stopping = false;
-    m_queue_first = 0;
-    m_queued = 0;
+    for (INT_S32 i = 0; i < PLACE_WRITERS_MOST; ++i) {
+        m_queue_first[i] = 0;
+        m_queued[i] = 0;
+    }
     m_bytes_held = 0;
     count = count < 0 ? 0 : count > PLACE_WRITERS_MOST ? PLACE_WRITERS_MOST : count;
     m_tickets = count ? new (std::nothrow) FILE_TICKET[PLACE_TICKETS] : nullptr;
@@ -80,7 +82,8 @@ INT_S32 FILE_WRITERS::start(INT_S32 count)
         return 0;
     }
     for (INT_S32 i = 0; i < count; ++i) {
-        m_threads[i] = host_start_thread(writer_main, this);
+        m_lanes[i] = LANE { this, i };
+        m_threads[i] = host_start_thread(writer_main, &m_lanes[i]);
         if (!m_threads[i])
             break;
         m_thread_count = i + 1;
@@ -148,11 +151,15 @@ void FILE_WRITERS::submit(FILE_TICKET* ticket)
     ticket->queued = true;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_queue[(m_queue_first + m_queued) % PLACE_TICKETS] = ticket;
-        ++m_queued;
+        // The folder's writer: files of one folder would only wait for each other's turn at its
+        // lock on two threads.
+        INT_U64 key = (ticket->device * 0x9E3779B97F4A7C15ull) ^ (ticket->inode * 0xC2B2AE3D27D4EB4Full);
+        INT_S32 lane = static_cast<INT_S32>((key >> 32) % static_cast<INT_U64>(m_thread_count));
+        m_queue[lane][(m_queue_first[lane] + m_queued[lane]) % PLACE_TICKETS] = ticket;
+        ++m_queued[lane];
         m_bytes_held += ticket->held;
     }
-    m_wake.notify_one();
+    m_wake.notify_all();
 }
 
 FILE_TICKET* FILE_WRITERS::head(bool wait)
@@ -238,16 +245,18 @@ void FILE_WRITERS::write_here(FILE_TICKET* ticket)
 
 void FILE_WRITERS::writer_main(void* context)
 {
-    FILE_WRITERS* writers = static_cast<FILE_WRITERS*>(context);
+    LANE* lane = static_cast<LANE*>(context);
+    FILE_WRITERS* writers = lane->owner;
+    INT_S32 me = lane->index;
     std::unique_lock<std::mutex> lock(writers->m_mutex);
     for (;;) {
-        writers->m_wake.wait(lock, [&] { return writers->m_queued > 0 || writers->m_stopping; });
+        writers->m_wake.wait(lock, [&] { return writers->m_queued[me] > 0 || writers->m_stopping; });
         // A stop lets the queue run dry first: every job taken is a file the engine reports.
-        if (!writers->m_queued)
+        if (!writers->m_queued[me])
             return;
-        FILE_TICKET* ticket = writers->m_queue[writers->m_queue_first];
-        writers->m_queue_first = (writers->m_queue_first + 1) % PLACE_TICKETS;
-        --writers->m_queued;
+        FILE_TICKET* ticket = writers->m_queue[me][writers->m_queue_first[me]];
+        writers->m_queue_first[me] = (writers->m_queue_first[me] + 1) % PLACE_TICKETS;
+        --writers->m_queued[me];
         lock.unlock();
         writers->write(ticket);
         free(ticket->bytes);

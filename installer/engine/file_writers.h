@@ -2,11 +2,13 @@
 // turns that the engine reports from, in the order of the files.
 //
 // Creating files is most of an install's time, and the file system creates them faster on two
-// threads than on one. The member store is sequential and belongs to the main thread, so the
-// engine reads each member there, in order; a member of at most PLACE_JOB_MOST bytes is held in a
-// buffer and handed to a writer with its folder, its name and its mode. The writer makes the file
-// through NEW_FILE, as the main thread makes a larger one: a private name, the bytes, the mode,
-// the rename.
+// threads than on one, as long as the two work in different folders: files made in one folder
+// wait for each other on the folder's lock. The member store is sequential and belongs to the
+// main thread, so the engine reads each member there, in order; a member of at most
+// PLACE_JOB_MOST bytes is held in a buffer and handed to a writer with its folder, its name and
+// its mode. Each folder belongs to one writer (by a hash of its identity), whose jobs run in the
+// order they came. The writer makes the file through NEW_FILE, as the main thread makes a larger
+// one: a private name, the bytes, the mode, the rename.
 //
 // Every file's turn takes a ticket at the tail of a ring, whether a writer places it or the main
 // thread decided it already (skipped, failed, placed in place). The engine reports tickets from
@@ -29,12 +31,11 @@ struct FILE_RECORD;
 struct HOST_THREAD;
 
 // The largest member handed to a writer, the bytes all held buffers may take, and the tickets
-// that may wait at once.
+// that may wait at once (enough to span several folders of a tree of small files).
 constexpr size_t PLACE_JOB_MOST = 1u << 20;
 constexpr size_t PLACE_BYTES_IN_FLIGHT = 8u << 20;
-constexpr INT_U32 PLACE_TICKETS = 64;
-// Writers for an install on this machine: measured on two processors, where two threads beside
-// the main thread create files fastest.
+constexpr INT_U32 PLACE_TICKETS = 128;
+// The most writers one run starts (install_writer_count says how many an install wants).
 constexpr INT_S32 PLACE_WRITERS_MOST = 4;
 
 // An open destination folder that jobs keep open after the main thread has moved on: a second
@@ -142,9 +143,15 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_wake;  // a job was queued, or the writers stop
     std::condition_variable m_done;  // a job was written
-    FILE_TICKET* m_queue[PLACE_TICKETS] {}; // jobs not yet taken, in order
-    INT_U32 m_queue_first { 0 };
-    INT_U32 m_queued { 0 };
+    // Each writer's queue: the jobs of its folders not yet taken, in order.
+    struct LANE {
+        FILE_WRITERS* owner;
+        INT_S32 index;
+    };
+    LANE m_lanes[PLACE_WRITERS_MOST] {};
+    FILE_TICKET* m_queue[PLACE_WRITERS_MOST][PLACE_TICKETS] {};
+    INT_U32 m_queue_first[PLACE_WRITERS_MOST] {};
+    INT_U32 m_queued[PLACE_WRITERS_MOST] {};
     size_t m_bytes_held { 0 };
     bool m_stopping { false };
 };
