@@ -134,6 +134,8 @@ bool host_delete_at(int folder, const char* name);
 INT_S32 host_remove_stale_parts_at(int folder);
 // The device and inode of the open folder, to tell folders apart.
 [[nodiscard]] bool host_folder_identity(int folder, INT_U64* device, INT_U64* inode);
+// A second descriptor on the same open folder, for work that outlives the first; -1 on failure.
+[[nodiscard]] int host_duplicate_folder(int folder);
 
 // --- Listings ---------------------------------------------------------------------------------
 

@@ -1,6 +1,10 @@
 // Threads of the process, for work that divides into independent pieces (compressing or
-// inflating chunks). The pieces share nothing but their queue; each thread is started and
-// joined by the same owner.
+// inflating chunks, writing files). The pieces share nothing but their queue; each thread is
+// started and joined by the same owner.
+//
+// A thread started here takes no signal sent to the process (only the faults of its own code):
+// the signals a run handles (SIGINT, SIGTERM, SIGHUP, SIGPIPE, ...) reach the thread that polls
+// for them, so a system call of a worker is never cut short by one.
 #pragma once
 
 #include "base/orlu_types.h"

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <atomic>
 #include <cstring>
 #include <ctime>
 
@@ -25,16 +26,21 @@ bool is_one_element(const char* name)
 }
 
 // Six characters that differ from call to call and from process to process; the exclusive
-// create is what makes the name safe, this only makes a clash unlikely.
+// create is what makes the name safe, this only makes a clash unlikely. Several threads may
+// create files at once: each call takes its own number of a shared count and mixes it.
 void random_tail(char* out)
 {
-    static unsigned long state = 0;
-    if (!state)
-        state = static_cast<unsigned long>(getpid()) * 2654435761ul ^ static_cast<unsigned long>(time(nullptr));
+    static std::atomic<unsigned long> calls { 0 };
+    static const unsigned long seed = static_cast<unsigned long>(getpid()) * 2654435761ul
+        ^ static_cast<unsigned long>(time(nullptr)) << 20;
+    unsigned long state = seed + calls.fetch_add(1, std::memory_order_relaxed) * 0x9E3779B97F4A7C15ul;
+    state = (state ^ (state >> 30)) * 0xBF58476D1CE4E5B9ul;
+    state = (state ^ (state >> 27)) * 0x94D049BB133111EBul;
+    state ^= state >> 31;
     static const char letters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     for (int i = 0; i < 6; ++i) {
-        state = state * 6364136223846793005ul + 1442695040888963407ul;
-        out[i] = letters[(state >> 33) % (sizeof letters - 1)];
+        out[i] = letters[state % (sizeof letters - 1)];
+        state /= sizeof letters - 1;
     }
     out[6] = 0;
 }
@@ -185,6 +191,11 @@ INT_S32 host_remove_stale_parts_at(int folder)
     }
     closedir(listing);
     return removed;
+}
+
+int host_duplicate_folder(int folder)
+{
+    return folder >= 0 ? fcntl(folder, F_DUPFD_CLOEXEC, 0) : -1;
 }
 
 bool host_folder_identity(int folder, INT_U64* device, INT_U64* inode)

@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 #include <sched.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <new>
@@ -32,7 +33,17 @@ HOST_THREAD* host_start_thread(void (*body)(void* argument), void* argument)
         return nullptr;
     thread->body = body;
     thread->argument = argument;
-    if (pthread_create(&thread->handle, nullptr, thread_main, thread) != 0) {
+    // The new thread inherits the mask in force while it is created: everything but the signals
+    // of a fault, which must reach the thread that caused them.
+    sigset_t blocked, previous;
+    sigfillset(&blocked);
+    static const int faults[] = { SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS };
+    for (int fault : faults)
+        sigdelset(&blocked, fault);
+    pthread_sigmask(SIG_BLOCK, &blocked, &previous);
+    bool started = pthread_create(&thread->handle, nullptr, thread_main, thread) == 0;
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    if (!started) {
         delete thread;
         return nullptr;
     }

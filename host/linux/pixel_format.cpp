@@ -7,8 +7,10 @@
 #include <cstring>
 
 // The row loops are built once for processors with AVX2 and once for any x86-64; the loader picks
-// the one the machine runs. Other architectures get the plain build.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
+// the one the machine runs. Other architectures get the plain build, and so do the sanitizer
+// builds, whose run-times are not ready yet when the loader picks.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) \
+    && !defined(__SANITIZE_THREAD__)
 #define ORLU_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define ORLU_VECTOR_CLONES

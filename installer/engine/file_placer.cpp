@@ -6,7 +6,9 @@
 
 #include "installer/engine/file_placer.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <strings.h>
@@ -138,11 +140,77 @@ bool DESTINATION_FOLDER::entry_info(const char* name, HOST_FILE_INFO* info) cons
 // [SECTION] Writing
 // ---------------------------------------------------------------------------------------------
 
+bool NEW_FILE::fail()
+{
+    if (!write_failed && !system_error)
+        system_error = errno;
+    abandon();
+    return false;
+}
+
+bool NEW_FILE::create(int folder)
+{
+    abandon();
+    system_error = 0;
+    write_failed = false;
+    m_folder = folder;
+    m_descriptor = host_create_part_file_at(folder, m_part, sizeof m_part);
+    if (m_descriptor >= 0)
+        return true;
+    system_error = errno;
+    m_part[0] = 0;
+    return false;
+}
+
+bool NEW_FILE::write(const void* bytes, size_t size)
+{
+    if (m_descriptor < 0)
+        return false;
+    if (host_write_descriptor(m_descriptor, bytes, size))
+        return true;
+    write_failed = true;
+    return fail();
+}
+
+bool NEW_FILE::finish(const char* name, INT_U32 mode)
+{
+    if (m_descriptor < 0)
+        return false;
+    if (!host_set_descriptor_mode(m_descriptor, mode))
+        return fail();
+    int descriptor = m_descriptor;
+    m_descriptor = -1;
+    if (!host_finish_descriptor(descriptor) || !host_rename_at(m_folder, m_part, name))
+        return fail();
+    m_part[0] = 0;
+    return true;
+}
+
+void NEW_FILE::abandon()
+{
+    if (m_descriptor >= 0)
+        (void)host_finish_descriptor(m_descriptor);
+    m_descriptor = -1;
+    if (m_part[0]) {
+        int kept = errno;
+        (void)host_delete_at(m_folder, m_part);
+        errno = kept;
+    }
+    m_part[0] = 0;
+}
+
+const char* new_file_reason(int system_error, bool write_failed)
+{
+    if (write_failed)
+        return error_text(ERROR_WRITE, "the new file");
+    return strerror(system_error ? system_error : EIO);
+}
+
 namespace {
 
 // Member bytes come in blocks of the package's block size; they go out in larger writes.
 struct PART_WRITER {
-    int descriptor;
+    NEW_FILE* file;
     INT_U8* buffer;
     size_t capacity;
     size_t held;
@@ -150,7 +218,7 @@ struct PART_WRITER {
 
 bool flush_part(PART_WRITER* writer)
 {
-    if (writer->held && !host_write_descriptor(writer->descriptor, writer->buffer, writer->held))
+    if (writer->held && !writer->file->write(writer->buffer, writer->held))
         return set_last_error(ERROR_WRITE, "the new file");
     writer->held = 0;
     return true;
@@ -162,10 +230,66 @@ bool take_bytes(const void* bytes, INT_U32 size, void* context)
     if (writer->held + size > writer->capacity && !flush_part(writer))
         return false;
     if (size > writer->capacity)
-        return host_write_descriptor(writer->descriptor, bytes, size) || set_last_error(ERROR_WRITE, "the new file");
+        return writer->file->write(bytes, size) || set_last_error(ERROR_WRITE, "the new file");
     memcpy(writer->buffer + writer->held, bytes, size);
     writer->held += size;
     return true;
+}
+
+// The buffer of the writes of the main thread, like the member store it is filled from.
+INT_U8 main_buffer[1 << 18];
+
+// A member on its way into a buffer, or, once it outgrew it, into a file of the main thread.
+struct HOLDER {
+    HELD_MEMBER* held;
+    size_t most;
+    int folder;
+    NEW_FILE* file;
+    bool spilled;
+    PART_WRITER writer;
+};
+
+// The file of a member too large to hold: made now, the held bytes first, then the rest in
+// writes of the held buffer's size.
+bool spill(HOLDER* holder)
+{
+    holder->spilled = true;
+    HELD_MEMBER* held = holder->held;
+    if (!holder->file->create(holder->folder))
+        return false;
+    if (held->size && !holder->file->write(held->bytes, held->size))
+        return set_last_error(ERROR_WRITE, "the new file");
+    bool own = held->capacity >= sizeof main_buffer;
+    holder->writer = PART_WRITER { holder->file, own ? held->bytes : main_buffer, own ? held->capacity : sizeof main_buffer, 0 };
+    return true;
+}
+
+bool hold_bytes(const void* bytes, INT_U32 size, void* context)
+{
+    HOLDER* holder = static_cast<HOLDER*>(context);
+    if (holder->spilled)
+        return take_bytes(bytes, size, &holder->writer);
+    HELD_MEMBER* held = holder->held;
+    if (size <= holder->most - held->size) {
+        if (size > held->capacity - held->size) {
+            size_t capacity = held->capacity ? held->capacity : 16384;
+            while (capacity < held->size + size)
+                capacity *= 2;
+            capacity = capacity < holder->most ? capacity : holder->most;
+            void* grown = realloc(held->bytes, capacity);
+            if (grown) {
+                held->bytes = static_cast<INT_U8*>(grown);
+                held->capacity = capacity;
+            }
+        }
+        if (size <= held->capacity - held->size) {
+            memcpy(held->bytes + held->size, bytes, size);
+            held->size += size;
+            return true;
+        }
+    }
+    // Too large for a writer, or no memory to hold it.
+    return spill(holder) && take_bytes(bytes, size, &holder->writer);
 }
 
 INT_U32 new_file_mode()
@@ -182,38 +306,58 @@ PLACE_RESULT DESTINATION_FOLDER::place_member(MEMBER_STORE* package, const char*
 {
     if (m_descriptor < 0 || !package || !is_plain_name(name))
         return PLACE_FAILED;
-    char part[64];
-    int descriptor = host_create_part_file_at(m_descriptor, part, sizeof part);
-    if (descriptor < 0)
-        return PLACE_FAILED;
-    static INT_U8 buffer[1 << 18];
-    PART_WRITER writer { descriptor, buffer, sizeof buffer, 0 };
-    bool ok = package->read_member(member, take_bytes, &writer) && flush_part(&writer);
-    // The mode goes on while the file is still under its private name, so the name never shows
-    // a set-id file with anything but its final bytes.
-    ok = ok && host_set_descriptor_mode(descriptor, mode);
-    ok = host_finish_descriptor(descriptor) && ok;
-    ok = ok && host_rename_at(m_descriptor, part, name);
+    NEW_FILE file;
+    bool ok = file.create(m_descriptor);
+    if (ok) {
+        PART_WRITER writer { &file, main_buffer, sizeof main_buffer, 0 };
+        ok = package->read_member(member, take_bytes, &writer) && flush_part(&writer);
+        ok = ok && file.finish(name, mode);
+    }
     if (ok)
         return PLACE_DONE;
-    (void)host_delete_at(m_descriptor, part);
+    file.abandon();
+    if (file.system_error)
+        errno = file.system_error;
     return host_stop_requested() ? PLACE_STOPPED : PLACE_FAILED;
+}
+
+PLACE_RESULT DESTINATION_FOLDER::hold_member(MEMBER_STORE* package, const char* member, const char* name, INT_U32 mode,
+    size_t most, HELD_MEMBER* held)
+{
+    if (m_descriptor < 0 || !package || !is_plain_name(name))
+        return PLACE_FAILED;
+    held->size = 0;
+    NEW_FILE file;
+    HOLDER holder { held, most, m_descriptor, &file, false, PART_WRITER { &file, nullptr, 0, 0 } };
+    bool ok = package->read_member(member, hold_bytes, &holder);
+    if (holder.spilled) {
+        ok = ok && flush_part(&holder.writer) && file.finish(name, mode);
+        if (ok)
+            return PLACE_DONE;
+        file.abandon();
+        if (file.system_error)
+            errno = file.system_error;
+        return host_stop_requested() ? PLACE_STOPPED : PLACE_FAILED;
+    }
+    if (ok)
+        return PLACE_HELD;
+    if (host_stop_requested())
+        return PLACE_STOPPED;
+    // Placed here, the file would have been made before the member was read.
+    NEW_FILE probe;
+    if (!probe.create(m_descriptor)) {
+        (void)set_last_error(ERROR_NONE, nullptr);
+        errno = probe.system_error;
+    }
+    return PLACE_FAILED;
 }
 
 bool DESTINATION_FOLDER::place_bytes(const char* name, const char* bytes, size_t size)
 {
     if (m_descriptor < 0 || !is_plain_name(name))
         return false;
-    char part[64];
-    int descriptor = host_create_part_file_at(m_descriptor, part, sizeof part);
-    if (descriptor < 0)
-        return false;
-    bool ok = host_write_descriptor(descriptor, bytes, size) && host_set_descriptor_mode(descriptor, new_file_mode());
-    ok = host_finish_descriptor(descriptor) && ok;
-    ok = ok && host_rename_at(m_descriptor, part, name);
-    if (!ok)
-        (void)host_delete_at(m_descriptor, part);
-    return ok;
+    NEW_FILE file;
+    return file.create(m_descriptor) && file.write(bytes, size) && file.finish(name, new_file_mode());
 }
 
 bool DESTINATION_FOLDER::append(const char* name, const char* bytes, size_t size) const

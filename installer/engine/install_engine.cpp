@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -21,6 +22,7 @@
 #include "io/folder.h"
 #include "host/host.h"
 #include "host/host_files.h"
+#include "host/host_threads.h"
 #include "io/package.h"
 
 // ---------------------------------------------------------------------------------------------
@@ -40,14 +42,32 @@ const char* reason_of(int error)
 
 } // namespace
 
+INT_S32 install_writer_count()
+{
+    // Two writers beside the main thread were the fastest on two processors; on one processor
+    // they would only take turns with the main thread.
+    INT_S32 processors = host_processor_count();
+    return processors < 2 ? 0 : 2;
+}
+
 INSTALL_ENGINE::~INSTALL_ENGINE()
 {
+    finish_files();
     release_globals();
     close_log();
+    forget_file_folder();
+}
+
+// Every file read is placed and reported, and the writers end.
+void INSTALL_ENGINE::finish_files()
+{
+    report_all(m_reporter);
+    m_writers.stop();
 }
 
 void INSTALL_ENGINE::reset()
 {
+    finish_files();
     release_globals();
     close_log();
     m_log_folder.close();
@@ -78,6 +98,8 @@ void INSTALL_ENGINE::interrupt(const char* reason)
 {
     if (m_counter <= 0 || done())
         return;
+    // What the writers hold was read before the stop: it is placed and goes into the log.
+    report_all(m_reporter);
     INT_S32 files_done = m_counter - 1 < m_total - 1 ? m_counter - 1 : m_total - 1;
     append_to_log("Installation interrupted by %s after %d of %d files, with %d errors.\n", reason, files_done,
         m_total - 1, m_error_count);
@@ -207,6 +229,7 @@ void INSTALL_ENGINE::open_run(DATABASE* database, INSTALL_REPORTER* reporter)
         database->package = package;
     }
     m_counter = 1;
+    (void)m_writers.start(m_writers_wanted);
     reporter->set_install_status(0, database->text(LANGUAGE_KEY::INSTALLING_STRING));
 
     // From here until the closing step, "$APP" and the variables that hang on it are the
@@ -265,8 +288,9 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
     const char* name = file.destination_name();
     DESTINATION_FOLDER& folder = m_file_folder;
+    bool threaded = m_writers.writer_count() > 0;
     errno = 0;
-    bool folder_ok = open_file_folder(destination);
+    bool folder_ok = open_file_folder(reporter, destination);
     char reason[ORLU_MAX_PATH + 200] = "";
     if (!folder_ok)
         (void)format_text(reason, sizeof reason, "its folder cannot be made: %s", reason_of(errno));
@@ -274,18 +298,20 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
         folder_ok = false;
         (void)copy_text(reason, "its name is no plain file name");
     }
-
-    char status[ORLU_MAX_PATH * 2];
-    install_status_text(destination, name, status, sizeof status);
-    reporter->set_install_status(m_counter * 100 / m_total, status);
-
-    // The full path of the file; when its folder could not be made, the path it was meant for.
-    char path[ORLU_MAX_PATH * 2];
-    folder.path_of(name, path, sizeof path);
+    INT_S32 percent = m_counter * 100 / m_total;
 
     INSTALL_RESULT result = INSTALL_INSTALLED;
+    HELD_MEMBER held;
+    bool hold = false;
     if (folder_ok) {
         m_swept.sweep(folder);
+        // A writer still holding a file of the same name places it first: the overwrite rules
+        // see it, and the later record wins.
+        if (threaded) {
+            INT_U32 through = m_writers.pending_destination(m_file_folder_device, m_file_folder_inode, name);
+            if (through)
+                report_files(reporter, through, true);
+        }
         // Only the other rules look at what stands at the name now.
         bool wanted = true;
         HOST_FILE_INFO info;
@@ -302,13 +328,27 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
         } else {
             set_last_error(ERROR_NONE, nullptr);
             errno = 0;
-            PLACE_RESULT placed = folder.place_member(database->members(), file.packed_name, name, mode);
+            PLACE_RESULT placed;
+            if (threaded) {
+                m_writers.wait_for_room(PLACE_JOB_MOST);
+                placed = folder.hold_member(database->members(), file.packed_name, name, mode, PLACE_JOB_MOST, &held);
+            } else {
+                placed = folder.place_member(database->members(), file.packed_name, name, mode);
+            }
             if (placed == PLACE_STOPPED) {
-                // Cut off by a signal: the file stays as it was, and this step is not done.
+                // Cut off by a signal: the file stays as it was, and this step is not done. The
+                // files before it are told first, then its status line, as when it was begun.
+                free(held.bytes);
+                report_all(reporter);
+                char status[ORLU_MAX_PATH * 2];
+                install_status_text(destination, name, status, sizeof status);
+                reporter->set_install_status(percent, status);
                 m_stopped = true;
                 return;
             }
-            if (placed != PLACE_DONE) {
+            if (placed == PLACE_HELD) {
+                hold = true;
+            } else if (placed != PLACE_DONE) {
                 result = INSTALL_FAILED;
                 (void)copy_text(reason, last_error_code() != ERROR_NONE ? last_error_text() : reason_of(errno ? errno : EIO));
             }
@@ -317,9 +357,86 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
         result = INSTALL_FAILED;
     }
 
+    if (!hold) {
+        free(held.bytes);
+        held = HELD_MEMBER();
+    }
+    FILE_TICKET* ticket = claim_ticket(reporter);
+    if (!ticket) {
+        free(held.bytes);
+        return;
+    }
+    ticket->file = &file;
+    ticket->destination = destination;
+    ticket->name = name;
+    ticket->percent = percent;
+    ticket->result = result;
+    // The full path of the file; when its folder could not be made, the path it was meant for.
+    folder.path_of(name, ticket->path, sizeof ticket->path);
+    (void)copy_text(ticket->reason, reason);
+    if (!hold) {
+        FILE_WRITERS::settle(ticket);
+        return;
+    }
+    ticket->mode = file.switch_user ? 06755 : 0755;
+    ticket->bytes = held.bytes;
+    ticket->size = held.size;
+    ticket->held = held.capacity;
+    ticket->device = m_file_folder_device;
+    ticket->inode = m_file_folder_inode;
+    SHARED_FOLDER* shared = shared_file_folder();
+    if (shared) {
+        shared->retain();
+        ticket->folder = shared;
+        ticket->descriptor = shared->descriptor();
+        m_writers.submit(ticket);
+    } else {
+        // No descriptor to spare for a writer: the file is placed here.
+        ticket->descriptor = folder.descriptor();
+        FILE_WRITERS::write_here(ticket);
+    }
+}
+
+// A ticket for the file in hand; when the ring is full, the oldest files are reported first.
+FILE_TICKET* INSTALL_ENGINE::claim_ticket(INSTALL_REPORTER* reporter)
+{
+    FILE_TICKET* ticket = m_writers.claim();
+    while (!ticket && !m_writers.empty()) {
+        report_files(reporter, 1, true);
+        ticket = m_writers.claim();
+    }
+    return ticket;
+}
+
+SHARED_FOLDER* INSTALL_ENGINE::shared_file_folder()
+{
+    if (!m_shared_folder)
+        m_shared_folder = SHARED_FOLDER::copy_of(m_file_folder);
+    return m_shared_folder;
+}
+
+// One file's outcome, as a file step without writers tells it at once.
+void INSTALL_ENGINE::report(INSTALL_REPORTER* reporter, FILE_TICKET* ticket)
+{
+    if (!ticket->file) {
+        // The record itself is missing: the install type is not whole.
+        count_error();
+        return;
+    }
+    INSTALL_RESULT result = static_cast<INSTALL_RESULT>(ticket->result);
+    char reason[ORLU_MAX_PATH + 200];
+    (void)copy_text(reason, ticket->reason);
+    if (ticket->queued && !ticket->placed) {
+        result = INSTALL_FAILED;
+        (void)copy_text(reason, new_file_reason(ticket->system_error, ticket->write_failed));
+    }
+    char status[ORLU_MAX_PATH * 2];
+    install_status_text(ticket->destination, ticket->name, status, sizeof status);
+    reporter->set_install_status(ticket->percent, status);
+    const char* path = ticket->path;
     switch (result) {
     case INSTALL_INSTALLED: append_to_log("Installed \"%s\"\n", path); break;
-    case INSTALL_FAILED: append_to_log("\"%s\" failed to unpack (%s)\n", path, file.packed_name); break;
+    case INSTALL_FAILED: append_to_log("\"%s\" failed to unpack (%s)\n", path, ticket->file->packed_name); break;
     case INSTALL_SKIPPED: append_to_log("Skipped \"%s\"\n", path); break;
     }
     reporter->file_done(path, result);
@@ -329,17 +446,53 @@ void INSTALL_ENGINE::install_file(DATABASE* database, INSTALL_REPORTER* reporter
     }
 }
 
+// Reports up to `most` files from the oldest on. Without `wait` only those finished, and none
+// while the reporter has a question open; with it, each is waited for.
+void INSTALL_ENGINE::report_files(INSTALL_REPORTER* reporter, INT_U32 most, bool wait)
+{
+    for (INT_U32 reported = 0; reported < most; ++reported) {
+        if (m_writers.empty() || (!wait && reporter->question_open()))
+            return;
+        FILE_TICKET* ticket = m_writers.head(wait);
+        if (!ticket)
+            return;
+        report(reporter, ticket);
+        m_writers.pop();
+    }
+}
+
+void INSTALL_ENGINE::report_all(INSTALL_REPORTER* reporter)
+{
+    if (!m_writers.empty())
+        report_files(reporter, 0xFFFFFFFFu, true);
+}
+
 // The folder of the file in hand. Files come folder by folder, so the folder of the file before
 // is kept open and taken again for the same destination text: its descriptor was opened without
 // following a link, and stays on that folder whatever happens to its path meanwhile.
-bool INSTALL_ENGINE::open_file_folder(const char* destination)
+bool INSTALL_ENGINE::open_file_folder(INSTALL_REPORTER* reporter, const char* destination)
 {
     if (m_file_folder.is_open() && m_file_folder_text && strcmp(m_file_folder_text, destination) == 0)
         return true;
     forget_file_folder();
+    // A folder is made where a writer may still be about to place a file of the same name:
+    // that file comes first, as it does in the files' order.
+    for (const char* at = destination; *at && !m_writers.empty();) {
+        while (*at == '/')
+            ++at;
+        size_t length = strcspn(at, "/");
+        if (length && m_writers.pending_name(at, length))
+            report_all(reporter);
+        at += length;
+    }
+    errno = 0; // the reason of a failure below is the folder's alone
     if (!m_file_folder.open(destination, m_install_root, true, false, false, m_allow_file_system_root))
         return false;
     m_file_folder_text = destination;
+    if (!host_folder_identity(m_file_folder.descriptor(), &m_file_folder_device, &m_file_folder_inode)) {
+        m_file_folder_device = 0;
+        m_file_folder_inode = 0;
+    }
     return true;
 }
 
@@ -347,6 +500,9 @@ void INSTALL_ENGINE::forget_file_folder()
 {
     m_file_folder.close();
     m_file_folder_text = nullptr;
+    if (m_shared_folder)
+        m_shared_folder->release();
+    m_shared_folder = nullptr;
 }
 
 // A file of this machine's platform that the data set does not hold.
@@ -354,18 +510,19 @@ void INSTALL_ENGINE::fail_missing_file(DATABASE* database, INSTALL_REPORTER* rep
 {
     bool system_destination = file.system_dest_path_from_inst_loc[0] && database->use_system_paths;
     const char* destination = system_destination ? file.system_dest_path_from_inst_loc : file.dest_path_from_inst_loc;
-    const char* name = file.destination_name();
-    char status[ORLU_MAX_PATH * 2];
-    install_status_text(destination, name, status, sizeof status);
-    reporter->set_install_status(m_counter * 100 / m_total, status);
+    FILE_TICKET* ticket = claim_ticket(reporter);
+    if (!ticket)
+        return;
+    ticket->file = &file;
+    ticket->destination = destination;
+    ticket->name = file.destination_name();
+    ticket->percent = m_counter * 100 / m_total;
+    ticket->result = INSTALL_FAILED;
     DESTINATION_FOLDER folder;
     (void)folder.open(destination, m_install_root, false, false, false, m_allow_file_system_root);
-    char path[ORLU_MAX_PATH * 2];
-    folder.path_of(name, path, sizeof path);
-    append_to_log("\"%s\" failed to unpack (%s)\n", path, file.packed_name);
-    reporter->file_done(path, INSTALL_FAILED);
-    count_error();
-    reporter->file_failed(path, "the installation data does not hold it");
+    folder.path_of(ticket->name, ticket->path, sizeof ticket->path);
+    (void)copy_text(ticket->reason, "the installation data does not hold it");
+    FILE_WRITERS::settle(ticket);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -386,6 +543,7 @@ bool INSTALL_ENGINE::shortcut_folder(const DATABASE& database, const char* syste
 
 void INSTALL_ENGINE::make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter)
 {
+    finish_files();
     INSTALLATION_RECORD& installation = database->installations[database->current_installation];
     for (INT_S16 i = 0; i < installation.shortcut_count; ++i) {
         const SHORTCUT_RECORD& shortcut = installation.shortcuts[i];
@@ -436,6 +594,7 @@ void INSTALL_ENGINE::shortcut_failed(INSTALL_REPORTER* reporter, const char* nam
 
 void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
 {
+    finish_files();
     clear_base_path();
     m_holds_base_path = false;
     reporter->finished(m_error_count);
@@ -454,6 +613,7 @@ void INSTALL_ENGINE::close_run(DATABASE* database, INSTALL_REPORTER* reporter)
 
 void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
 {
+    m_reporter = reporter;
     if (reporter->question_open())
         return;
     if (database->current_page != PAGE_INSTALLING) {
@@ -481,11 +641,21 @@ void INSTALL_ENGINE::step(DATABASE* database, INSTALL_REPORTER* reporter)
             else
                 fail_missing_file(database, reporter, *file);
         } else if (!file) {
-            // The record itself is missing: the install type is not whole.
-            count_error();
+            // The record itself is missing: counted in its turn.
+            FILE_TICKET* ticket = claim_ticket(reporter);
+            if (ticket)
+                FILE_WRITERS::settle(ticket);
+            else
+                count_error();
         }
         if (!m_stopped)
             ++m_counter;
+        // The files finished so far are told; after the last one, all of them, before the
+        // shortcuts.
+        if (m_counter == m_total)
+            report_all(reporter);
+        else
+            report_files(reporter, 0xFFFFFFFFu, false);
         return;
     }
     if (m_counter == m_total) {

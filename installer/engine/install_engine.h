@@ -18,10 +18,18 @@
 // their path variable no link is followed, and each file appears whole or not at all. A file of
 // the install type that the data set does not hold (a record never packed) counts as failed, so
 // that a run which did not install every file never reports success.
+//
+// A run may place its files on writer threads (set_writers; file_writers.h): a file step then
+// reads the member and hands a small file to a writer, and each file is reported (status line,
+// log line, file_done, file_failed, the error count) a few steps later, in the files' order and
+// with the same texts. Every file is reported before the shortcuts, and before reset(),
+// interrupt() or the destructor return, to the reporter of the last step, which must outlive
+// them. Without writers each file step reports its own file.
 #pragma once
 
 #include "base/orlu_types.h"
 #include "installer/engine/file_placer.h"
+#include "installer/engine/file_writers.h"
 #include "io/folder.h"
 
 class DATABASE;
@@ -98,6 +106,12 @@ public:
     void step(DATABASE* database, INSTALL_REPORTER* reporter);
     // Puts the machine back to rest (a new run starts over).
     void reset();
+    // The writer threads of the next run: 0 (the default) places every file on the calling
+    // thread, as a frame-driven caller wants; see install_writer_count. A run whose threads
+    // cannot be started places its files on the calling thread.
+    void set_writers(INT_S32 count) { m_writers_wanted = count; }
+    // The writers the run in hand uses.
+    [[nodiscard]] INT_S32 writers() const { return m_writers.writer_count(); }
     // Ends a run that a signal interrupted (`reason`, "SIGINT" say): the log gets a last line
     // that says so, the global state goes back, and the machine rests. Nothing when no run is
     // open.
@@ -120,6 +134,12 @@ public:
 private:
     void open_run(DATABASE* database, INSTALL_REPORTER* reporter);
     void install_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
+    void report(INSTALL_REPORTER* reporter, FILE_TICKET* ticket);
+    void report_files(INSTALL_REPORTER* reporter, INT_U32 most, bool wait);
+    void report_all(INSTALL_REPORTER* reporter);
+    void finish_files();
+    FILE_TICKET* claim_ticket(INSTALL_REPORTER* reporter);
+    SHARED_FOLDER* shared_file_folder();
     void make_shortcuts(DATABASE* database, INSTALL_REPORTER* reporter);
     void close_run(DATABASE* database, INSTALL_REPORTER* reporter);
     void fail_missing_file(DATABASE* database, INSTALL_REPORTER* reporter, const FILE_RECORD& file);
@@ -131,7 +151,7 @@ private:
     void count_error();
     void shortcut_failed(INSTALL_REPORTER* reporter, const char* name);
     void fail_data(INSTALL_REPORTER* reporter, const char* text);
-    bool open_file_folder(const char* destination);
+    bool open_file_folder(INSTALL_REPORTER* reporter, const char* destination);
     void close_log();
     void forget_file_folder();
 
@@ -153,8 +173,19 @@ private:
     // database's records, which outlive the run).
     DESTINATION_FOLDER m_file_folder;
     const char* m_file_folder_text { nullptr };
+    // Its identity, and a copy of its descriptor that jobs keep (made at its first job).
+    INT_U64 m_file_folder_device { 0 };
+    INT_U64 m_file_folder_inode { 0 };
+    SHARED_FOLDER* m_shared_folder { nullptr };
     FOLDER_SWEEPER m_swept;
+    // The files read and not yet reported, and the threads that place them.
+    FILE_WRITERS m_writers;
+    INT_S32 m_writers_wanted { 0 };
+    INSTALL_REPORTER* m_reporter { nullptr }; // of the last step
 };
+
+// The writer threads for an unattended install on this machine.
+[[nodiscard]] INT_S32 install_writer_count();
 
 // The text shown for a destination: "%s%s%s" of the destination folder's text, "/" unless it
 // ends in one, and the name; a text that begins with "$" is shown from its first "/" on.

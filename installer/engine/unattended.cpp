@@ -414,6 +414,8 @@ INT_S32 run_unattended(DATABASE* database, const INSTALLER_OPTIONS& options)
 
     CONSOLE_REPORTER reporter(options.quiet);
     INSTALL_ENGINE engine;
+    // Nobody watches the files go by one at a time: they are placed on writer threads.
+    engine.set_writers(install_writer_count());
     database->current_page = PAGE_INSTALLING;
     bool stopped = stop_requested();
     while (!reporter.stopped && !stopped) {
