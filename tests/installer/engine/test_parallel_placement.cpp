@@ -51,17 +51,6 @@ public:
     EVENTS events;
 };
 
-std::string bytes_of(size_t size, unsigned seed)
-{
-    std::string bytes(size, 0);
-    unsigned state = seed * 2654435761u + 11;
-    for (char& byte : bytes) {
-        state = state * 1103515245u + 12345u;
-        byte = static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 // Every entry below `folder` by relative path: a file's bytes and mode, or "<folder>".
 void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
 {
@@ -85,7 +74,7 @@ void list_tree(const std::string& folder, const std::string& prefix, std::map<st
     closedir(listing);
 }
 
-std::map<std::string, std::string> tree_of(const std::string& folder)
+std::map<std::string, std::string> tree_with_modes(const std::string& folder)
 {
     std::map<std::string, std::string> tree;
     list_tree(folder, "", &tree);
@@ -202,11 +191,11 @@ TEST_F(PARALLEL_PLACEMENT, writers_tell_the_same_story_as_one_thread_and_leave_n
     // one just under it, a member the package refuses, a folder standing at a file's name, a
     // record never packed, a file of another platform, files the overwrite rules keep, and a
     // folder wanted where a file was just placed.
-    member("big", bytes_of((1u << 20) + 12345, 1));
-    member("near", bytes_of((1u << 20) - 100, 2));
+    member("big", noise_bytes((1u << 20) + 12345, 1));
+    member("near", noise_bytes((1u << 20) - 100, 2));
     for (int i = 0; i < 120; ++i) {
         std::string packed = "m" + std::to_string(i);
-        member(packed, bytes_of(static_cast<size_t>(i * 97 % 5000), static_cast<unsigned>(i + 3)));
+        member(packed, noise_bytes(static_cast<size_t>(i * 97 % 5000), static_cast<unsigned>(i + 3)));
         std::string folder = "$HERE/f" + std::to_string(i / 25);
         record("file" + std::to_string(i) + ".txt", folder, packed);
         switch (i) {
@@ -242,15 +231,15 @@ TEST_F(PARALLEL_PLACEMENT, writers_tell_the_same_story_as_one_thread_and_leave_n
     EVENT_REPORTER alone;
     ASSERT_TRUE(run(0, &alone));
     std::string alone_log = log();
-    std::map<std::string, std::string> alone_tree = tree_of(target);
+    std::map<std::string, std::string> alone_tree = tree_with_modes(target);
 
     prepare();
     EVENT_REPORTER threaded;
     ASSERT_TRUE(run(2, &threaded));
     EXPECT_EQ(threaded.events, alone.events);
     EXPECT_EQ(log(), alone_log);
-    EXPECT_TRUE(tree_of(target) == alone_tree);
-    EXPECT_EQ(part_files(tree_of(target)), 0);
+    EXPECT_TRUE(tree_with_modes(target) == alone_tree);
+    EXPECT_EQ(part_files(tree_with_modes(target)), 0);
 
     // What the story is: the failures with their reasons, in their places, and the files
     // after them installed.
@@ -283,8 +272,8 @@ TEST_F(PARALLEL_PLACEMENT, writers_tell_the_same_story_as_one_thread_and_leave_n
     EXPECT_GE(at("skipped " + target + "/f3/newer.txt"), 0);
     EXPECT_GE(at("file_failed " + target + "/f3/clash/inner.txt | its folder cannot be made: Not a directory"), 0);
     EXPECT_EQ(events[events.size() - 2], "finished 4");
-    EXPECT_EQ(read_file(target + "/f0/big.bin"), bytes_of((1u << 20) + 12345, 1));
-    EXPECT_EQ(read_file(target + "/f2/deeper/near.bin"), bytes_of((1u << 20) - 100, 2));
+    EXPECT_EQ(read_file(target + "/f0/big.bin"), noise_bytes((1u << 20) + 12345, 1));
+    EXPECT_EQ(read_file(target + "/f2/deeper/near.bin"), noise_bytes((1u << 20) - 100, 2));
 
     // The log lists the files in the records' order.
     size_t last = 0;
@@ -339,7 +328,7 @@ TEST_F(PARALLEL_PLACEMENT, a_destination_named_twice_lands_in_the_files_order)
 TEST_F(PARALLEL_PLACEMENT, an_interrupt_tells_every_file_the_writers_hold_then_its_line)
 {
     for (int i = 0; i < 200; ++i) {
-        member("m" + std::to_string(i), bytes_of(static_cast<size_t>(100 + i * 31), static_cast<unsigned>(i)));
+        member("m" + std::to_string(i), noise_bytes(static_cast<size_t>(100 + i * 31), static_cast<unsigned>(i)));
         record("file" + std::to_string(i), "$HERE/d" + std::to_string(i / 50), "m" + std::to_string(i));
     }
     build();
@@ -365,12 +354,12 @@ TEST_F(PARALLEL_PLACEMENT, an_interrupt_tells_every_file_the_writers_hold_then_i
         want += "Installed \"" + target + relative + "\"\n";
         want_events.push_back("status " + std::to_string((i + 1) * 100 / 201) + " " + relative);
         want_events.push_back("installed " + target + relative);
-        EXPECT_EQ(read_file(target + relative), bytes_of(static_cast<size_t>(100 + i * 31), static_cast<unsigned>(i)));
+        EXPECT_EQ(read_file(target + relative), noise_bytes(static_cast<size_t>(100 + i * 31), static_cast<unsigned>(i)));
     }
     want += "Installation interrupted by SIGTERM after 120 of 200 files, with 0 errors.\n";
     EXPECT_EQ(log(), want);
     EXPECT_EQ(reporter.events, want_events);
-    std::map<std::string, std::string> tree = tree_of(target);
+    std::map<std::string, std::string> tree = tree_with_modes(target);
     EXPECT_EQ(part_files(tree), 0);
     EXPECT_EQ(tree.count(std::string("d2/file120")), 0u);
 }
@@ -378,7 +367,7 @@ TEST_F(PARALLEL_PLACEMENT, an_interrupt_tells_every_file_the_writers_hold_then_i
 TEST_F(PARALLEL_PLACEMENT, a_stop_tells_the_files_before_the_one_it_cut_then_that_ones_status)
 {
     for (int i = 0; i < 30; ++i) {
-        member("m" + std::to_string(i), bytes_of(static_cast<size_t>(2000 + i), static_cast<unsigned>(i)));
+        member("m" + std::to_string(i), noise_bytes(static_cast<size_t>(2000 + i), static_cast<unsigned>(i)));
         record("file" + std::to_string(i), "$HERE", "m" + std::to_string(i));
     }
     build();
@@ -405,5 +394,5 @@ TEST_F(PARALLEL_PLACEMENT, a_stop_tells_the_files_before_the_one_it_cut_then_tha
     EXPECT_NE(log().find("Installed \"" + target + "/file19\"\n"
                          "Installation interrupted by SIGTERM after 20 of 30 files, with 0 errors.\n"),
         std::string::npos) << log();
-    EXPECT_EQ(part_files(tree_of(target)), 0);
+    EXPECT_EQ(part_files(tree_with_modes(target)), 0);
 }
