@@ -311,7 +311,8 @@ std::string noise_bytes(size_t size, unsigned seed)
 
 namespace {
 
-void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
+void list_tree(const std::string& folder, const std::string& prefix, bool with_modes,
+    std::map<std::string, std::string>* tree)
 {
     DIR* listing = opendir(folder.c_str());
     if (!listing)
@@ -327,7 +328,9 @@ void list_tree(const std::string& folder, const std::string& prefix, std::map<st
             (*tree)[prefix + name] = "<link>";
         } else if (S_ISDIR(facts.st_mode)) {
             (*tree)[prefix + name] = "<folder>";
-            list_tree(path, prefix + name + "/", tree);
+            list_tree(path, prefix + name + "/", with_modes, tree);
+        } else if (with_modes) {
+            (*tree)[prefix + name] = std::to_string(facts.st_mode & 07777) + " " + read_file(path);
         } else {
             (*tree)[prefix + name] = read_file(path);
         }
@@ -337,10 +340,10 @@ void list_tree(const std::string& folder, const std::string& prefix, std::map<st
 
 } // namespace
 
-std::map<std::string, std::string> tree_of(const std::string& folder)
+std::map<std::string, std::string> tree_of(const std::string& folder, bool with_modes)
 {
     std::map<std::string, std::string> tree;
-    list_tree(folder, "", &tree);
+    list_tree(folder, "", with_modes, &tree);
     return tree;
 }
 

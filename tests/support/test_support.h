@@ -110,8 +110,9 @@ bool write_file(const std::string& path, const std::string& bytes);
 
 // Incompressible bytes, the same for the same seed.
 std::string noise_bytes(size_t size, unsigned seed);
-// Every entry below `folder`, by relative path: a file's bytes, "<folder>" or "<link>".
-std::map<std::string, std::string> tree_of(const std::string& folder);
+// Every entry below `folder`, by relative path: a file's bytes (behind its permission bits in
+// decimal and a space, `with_modes`), "<folder>" or "<link>".
+std::map<std::string, std::string> tree_of(const std::string& folder, bool with_modes = false);
 
 // Bytes as a data set holds its chunks: pieces of at most `piece` bytes, each compressed (zlib,
 // level 6) or stored as it stands, behind its length in four big-endian bytes.

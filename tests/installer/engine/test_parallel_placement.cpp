@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -50,36 +49,6 @@ public:
 
     EVENTS events;
 };
-
-// Every entry below `folder` by relative path: a file's bytes and mode, or "<folder>".
-void list_tree(const std::string& folder, const std::string& prefix, std::map<std::string, std::string>* tree)
-{
-    DIR* listing = opendir(folder.c_str());
-    if (!listing)
-        return;
-    for (struct dirent* entry = readdir(listing); entry; entry = readdir(listing)) {
-        std::string name = entry->d_name;
-        if (name == "." || name == "..")
-            continue;
-        std::string path = folder + "/" + name;
-        struct stat facts {};
-        lstat(path.c_str(), &facts);
-        if (S_ISDIR(facts.st_mode)) {
-            (*tree)[prefix + name] = "<folder>";
-            list_tree(path, prefix + name + "/", tree);
-        } else {
-            (*tree)[prefix + name] = std::to_string(facts.st_mode & 07777) + " " + read_file(path);
-        }
-    }
-    closedir(listing);
-}
-
-std::map<std::string, std::string> tree_with_modes(const std::string& folder)
-{
-    std::map<std::string, std::string> tree;
-    list_tree(folder, "", &tree);
-    return tree;
-}
 
 // Private names anywhere below `folder`.
 int part_files(const std::map<std::string, std::string>& tree)
@@ -231,15 +200,15 @@ TEST_F(PARALLEL_PLACEMENT, writers_tell_the_same_story_as_one_thread_and_leave_n
     EVENT_REPORTER alone;
     ASSERT_TRUE(run(0, &alone));
     std::string alone_log = log();
-    std::map<std::string, std::string> alone_tree = tree_with_modes(target);
+    std::map<std::string, std::string> alone_tree = tree_of(target, true);
 
     prepare();
     EVENT_REPORTER threaded;
     ASSERT_TRUE(run(2, &threaded));
     EXPECT_EQ(threaded.events, alone.events);
     EXPECT_EQ(log(), alone_log);
-    EXPECT_TRUE(tree_with_modes(target) == alone_tree);
-    EXPECT_EQ(part_files(tree_with_modes(target)), 0);
+    EXPECT_TRUE(tree_of(target, true) == alone_tree);
+    EXPECT_EQ(part_files(tree_of(target, true)), 0);
 
     // What the story is: the failures with their reasons, in their places, and the files
     // after them installed.
@@ -359,7 +328,7 @@ TEST_F(PARALLEL_PLACEMENT, an_interrupt_tells_every_file_the_writers_hold_then_i
     want += "Installation interrupted by SIGTERM after 120 of 200 files, with 0 errors.\n";
     EXPECT_EQ(log(), want);
     EXPECT_EQ(reporter.events, want_events);
-    std::map<std::string, std::string> tree = tree_with_modes(target);
+    std::map<std::string, std::string> tree = tree_of(target, true);
     EXPECT_EQ(part_files(tree), 0);
     EXPECT_EQ(tree.count(std::string("d2/file120")), 0u);
 }
@@ -394,5 +363,5 @@ TEST_F(PARALLEL_PLACEMENT, a_stop_tells_the_files_before_the_one_it_cut_then_tha
     EXPECT_NE(log().find("Installed \"" + target + "/file19\"\n"
                          "Installation interrupted by SIGTERM after 20 of 30 files, with 0 errors.\n"),
         std::string::npos) << log();
-    EXPECT_EQ(part_files(tree_with_modes(target)), 0);
+    EXPECT_EQ(part_files(tree_of(target, true)), 0);
 }
