@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,19 @@ inline double median(std::vector<double> values)
     std::sort(values.begin(), values.end());
     size_t middle = values.size() / 2;
     return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+// The median time of `repetitions` runs of `run`, each after an untimed `prepare`.
+inline double median_seconds(int repetitions, const std::function<void()>& prepare, const std::function<void()>& run)
+{
+    std::vector<double> times;
+    for (int i = 0; i < repetitions; ++i) {
+        prepare();
+        auto start = std::chrono::steady_clock::now();
+        run();
+        times.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return median(times);
 }
 
 inline long long size_of(const std::string& path)

@@ -12,6 +12,7 @@
 #include <functional>
 #include <vector>
 
+#include "bench_common.h"
 #include "graphics/image.h"
 #include "host/host.h"
 
@@ -20,19 +21,7 @@ namespace {
 constexpr INT_S16 WIDTH = 1920;
 constexpr INT_S16 HEIGHT = 1080;
 
-double median_seconds(int repetitions, const std::function<void()>& prepare, const std::function<void()>& run)
-{
-    std::vector<double> times;
-    for (int i = 0; i < repetitions; ++i) {
-        prepare();
-        auto start = std::chrono::steady_clock::now();
-        run();
-        auto stop = std::chrono::steady_clock::now();
-        times.push_back(std::chrono::duration<double>(stop - start).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
+using bench::median_seconds;
 
 // Keeps the optimiser from dropping work whose result nobody reads.
 volatile INT_U32 sink;

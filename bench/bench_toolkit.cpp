@@ -17,6 +17,7 @@
 #include "frame/screen.h"
 #include "graphics/image.h"
 #include "host/headless/headless_display.h"
+#include "bench_common.h"
 #include "host/host.h"
 #include "host/input.h"
 #include "wm/core/wm_action.h"
@@ -27,19 +28,7 @@ namespace {
 constexpr INT_S32 WIDTH = 1920;
 constexpr INT_S32 HEIGHT = 1080;
 
-double median_seconds(int repetitions, const std::function<void()>& prepare, const std::function<void()>& run)
-{
-    std::vector<double> times;
-    for (int i = 0; i < repetitions; ++i) {
-        prepare();
-        auto start = std::chrono::steady_clock::now();
-        run();
-        auto stop = std::chrono::steady_clock::now();
-        times.push_back(std::chrono::duration<double>(stop - start).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
+using bench::median_seconds;
 
 volatile INT_U32 sink;
 
